@@ -1,0 +1,49 @@
+#pragma once
+// The entry's view of Windows.
+
+#include "config/DebugLog.h"
+#include "config/IRegistry.h"
+#include "host/HostEntry.h"
+
+#include <windows.h>
+
+// IsImmersiveProcess, which only some systems export from User32.dll.
+using IsImmersiveProcessFn = BOOL(WINAPI*)(HANDLE);
+
+// The function if User32.dll is already loaded (it is not loaded for this) and exports it, else null.
+IsImmersiveProcessFn LookUpIsImmersiveProcess();
+
+class CImmersiveQueryWin : public IImmersiveQuery
+{
+public:
+    // The function is injectable so that both branches can be tested where the system lacks it.
+    explicit CImmersiveQueryWin(IsImmersiveProcessFn isImmersive) : m_isImmersive(isImmersive) {}
+
+    bool HasIsImmersiveProcess() override { return m_isImmersive != nullptr; }
+    bool Snapshot(std::vector<ProcessEntry>& processes) override;
+    bool IsImmersive(std::uint32_t processId) override;
+
+private:
+    IsImmersiveProcessFn m_isImmersive;
+};
+
+class CHostPlatformWin : public IHostPlatform
+{
+public:
+    CHostPlatformWin(IRegistry& registry, CDebugLog& log) : m_registry(registry), m_log(log) {}
+
+    bool HasModuleHandle() override;
+    bool InitFramework() override;
+    void SetSystemDefaultThreadLocale() override;
+    std::string CommandLine() override;
+    void WriteRawOutput(const std::string& text) override;
+    IImmersiveQuery& ImmersiveQuery() override;
+    bool ComInitialize(bool multithreaded) override;
+    void ComUninitialize() override;
+    void RunMainHandler(ProcessValues& values) override;
+
+private:
+    IRegistry& m_registry;
+    CDebugLog& m_log;
+    CImmersiveQueryWin m_immersive{nullptr};
+};

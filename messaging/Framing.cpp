@@ -1,0 +1,60 @@
+#include "messaging/Framing.h"
+
+#include <algorithm>
+#include <vector>
+
+namespace
+{
+constexpr std::size_t kDiscardChunk = 64 * 1024;
+
+// Reads until `count` bytes have arrived or the source gives nothing more.
+std::size_t ReadFully(IByteSource& source, char* buffer, std::size_t count)
+{
+    std::size_t total = 0;
+    while (total < count)
+    {
+        const std::size_t got = source.Read(buffer + total, count - total);
+        if (got == 0)
+            break;
+        total += got;
+    }
+    return total;
+}
+} // namespace
+
+std::uint32_t ReadFrameLength(IByteSource& source)
+{
+    unsigned char bytes[4] = {0, 0, 0, 0};
+    ReadFully(source, reinterpret_cast<char*>(bytes), sizeof(bytes));
+    return static_cast<std::uint32_t>(bytes[0]) | static_cast<std::uint32_t>(bytes[1]) << 8 |
+           static_cast<std::uint32_t>(bytes[2]) << 16 | static_cast<std::uint32_t>(bytes[3]) << 24;
+}
+
+void ReadFrameBody(IByteSource& source, std::uint32_t length, std::string& body)
+{
+    body.assign(length, '\0');
+    ReadFully(source, body.data(), length);
+}
+
+bool DiscardFrameBody(IByteSource& source, std::uint32_t length)
+{
+    std::vector<char> chunk(kDiscardChunk);
+    std::uint32_t left = length;
+    while (left > 0)
+    {
+        const std::size_t want = std::min<std::size_t>(left, chunk.size());
+        const std::size_t got = ReadFully(source, chunk.data(), want);
+        left -= static_cast<std::uint32_t>(got);
+        if (got < want)
+            return false;
+    }
+    return true;
+}
+
+std::string EncodeFrameLength(std::uint32_t length)
+{
+    std::string header(4, '\0');
+    for (int i = 0; i < 4; ++i)
+        header[static_cast<std::size_t>(i)] = static_cast<char>((length >> (8 * i)) & 0xFF);
+    return header;
+}

@@ -1,0 +1,215 @@
+#include "messaging/JsonCppWrapper.h"
+
+#include "messaging/Utf8Name.h"
+
+#include <cstring>
+
+#if defined(__GNUC__)
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+#endif
+
+JsonCPPWrapper::JsonCPPWrapper(ITextCodec* codec) : m_codec(codec ? *codec : ProcessTextCodec())
+{
+}
+
+template <typename Read>
+auto JsonCPPWrapper::Guard(Read read, decltype(read()) fallback) -> decltype(read())
+{
+    try
+    {
+        return read();
+    }
+    catch (const std::exception&)
+    {
+        m_conversionFailed = true;
+        return fallback;
+    }
+}
+
+std::string JsonCPPWrapper::Name(const char* name)
+{
+    std::string utf8;
+    ToUtf8Name(m_codec, name, utf8);
+    return utf8;
+}
+
+Json::Value* JsonCPPWrapper::Element(const char* name, std::uint32_t index)
+{
+    // Indexing past the end would grow the array to the index given; an element that is not there reads as null.
+    Json::Value& array = m_root[Name(name)];
+    if (!array.isArray() || index >= array.size())
+        return nullptr;
+    return &array[static_cast<Json::ArrayIndex>(index)];
+}
+
+void JsonCPPWrapper::Clear()
+{
+    m_conversionFailed = false;
+    if (m_root.isArray() || m_root.isObject())
+        m_root.clear();
+}
+
+bool JsonCPPWrapper::Parse(const char* text)
+{
+    m_conversionFailed = false;
+    if (text == nullptr)
+        return false;
+    try
+    {
+        // The text ends at its first NUL. This overload parses in place; the std::string one copies it first.
+        return m_reader.parse(text, text + std::strlen(text), m_root, true);
+    }
+    catch (const std::exception&)
+    {
+        // Nesting deeper than the reader's stack limit.
+        return false;
+    }
+}
+
+std::string& JsonCPPWrapper::ToString(std::string& out)
+{
+    out = m_writer.write(m_root);
+    if (!out.empty() && out.back() == '\n')
+        out.pop_back();
+    return out;
+}
+
+std::string& JsonCPPWrapper::GetString(std::string& out, const char* name)
+{
+    out = Guard([&] { return m_root[Name(name)].asString(); }, std::string());
+    return out;
+}
+
+int JsonCPPWrapper::GetInt(const char* name)
+{
+    return Guard([&] { return static_cast<int>(m_root[Name(name)].asInt()); }, 0);
+}
+
+std::uint32_t JsonCPPWrapper::GetCount(const char* name)
+{
+    return Guard(
+        [&] {
+            const Json::Value& value = m_root[Name(name)];
+            return value.isArray() || value.isObject() ? static_cast<std::uint32_t>(value.size()) : 0u;
+        },
+        0u);
+}
+
+std::string& JsonCPPWrapper::GetArrayMemberString(std::string& out, const char* name, const char* member,
+                                                  std::uint32_t index)
+{
+    out = Guard(
+        [&] {
+            Json::Value* element = Element(name, index);
+            return element ? (*element)[Name(member)].asString() : std::string();
+        },
+        std::string());
+    return out;
+}
+
+std::string& JsonCPPWrapper::GetArrayString(std::string& out, const char* name, std::uint32_t index)
+{
+    out = Guard(
+        [&] {
+            Json::Value* element = Element(name, index);
+            return element ? element->asString() : std::string();
+        },
+        std::string());
+    return out;
+}
+
+int JsonCPPWrapper::GetArrayMemberInt(const char* name, const char* member, std::uint32_t index)
+{
+    return Guard(
+        [&] {
+            Json::Value* element = Element(name, index);
+            return element ? static_cast<int>((*element)[Name(member)].asInt()) : 0;
+        },
+        0);
+}
+
+int JsonCPPWrapper::GetArrayInt(const char* name, std::uint32_t index)
+{
+    return Guard(
+        [&] {
+            Json::Value* element = Element(name, index);
+            return element ? static_cast<int>(element->asInt()) : 0;
+        },
+        0);
+}
+
+int JsonCPPWrapper::SetObject(const char* name, IJsonMessage* other)
+{
+    auto* source = dynamic_cast<JsonCPPWrapper*>(other);
+    if (source == nullptr)
+        return 1;
+    return Guard(
+        [&] {
+            m_root[Name(name)] = source->m_root;
+            return 1;
+        },
+        1);
+}
+
+int JsonCPPWrapper::SetInt(const char* name, int value)
+{
+    return Guard(
+        [&] {
+            m_root[Name(name)] = value;
+            return 1;
+        },
+        1);
+}
+
+int JsonCPPWrapper::SetString(const char* name, const char* value)
+{
+    return Guard(
+        [&] {
+            std::string utf8;
+            ToUtf8Name(m_codec, value, utf8);
+            m_root[Name(name)] = utf8;
+            return 1;
+        },
+        1);
+}
+
+int JsonCPPWrapper::AppendInt(const char* name, int value)
+{
+    return Guard(
+        [&] {
+            m_root[Name(name)].append(value);
+            return 1;
+        },
+        1);
+}
+
+int JsonCPPWrapper::AppendString(const char* name, const char* value)
+{
+    return Guard(
+        [&] {
+            std::string utf8;
+            ToUtf8Name(m_codec, value, utf8);
+            m_root[Name(name)].append(utf8);
+            return 1;
+        },
+        1);
+}
+
+int JsonCPPWrapper::AppendObject(const char* name, IJsonMessage* other)
+{
+    auto* source = dynamic_cast<JsonCPPWrapper*>(other);
+    if (source == nullptr)
+        return 1;
+    return Guard(
+        [&] {
+            m_root[Name(name)].append(source->m_root);
+            return 1;
+        },
+        1);
+}
+
+bool JsonCPPWrapper::HasMember(const char* name)
+{
+    // Only an object has members; asking anything else is not a conversion error.
+    return m_root.isObject() && m_root.isMember(Name(name));
+}

@@ -1,0 +1,54 @@
+#pragma once
+// IJsonMessage over jsoncpp. jsoncpp's exceptions stop here: a conversion it refuses reads as null and is
+// reported by ConversionFailed().
+
+#include "messaging/JsonMessage.h"
+#include "messaging/TextCodec.h"
+
+#include <json/json.h>
+
+class JsonCPPWrapper : public IJsonMessage
+{
+public:
+    explicit JsonCPPWrapper(ITextCodec* codec = nullptr);
+
+    void Clear() override;
+    bool Parse(const char* text) override;
+    std::string& ToString(std::string& out) override;
+    std::string& GetString(std::string& out, const char* name) override;
+    int GetInt(const char* name) override;
+    std::uint32_t GetCount(const char* name) override;
+    std::string& GetArrayMemberString(std::string& out, const char* name, const char* member,
+                                      std::uint32_t index) override;
+    std::string& GetArrayString(std::string& out, const char* name, std::uint32_t index) override;
+    int GetArrayMemberInt(const char* name, const char* member, std::uint32_t index) override;
+    int GetArrayInt(const char* name, std::uint32_t index) override;
+    int SetObject(const char* name, IJsonMessage* other) override;
+    int SetInt(const char* name, int value) override;
+    int SetString(const char* name, const char* value) override;
+    int AppendInt(const char* name, int value) override;
+    int AppendString(const char* name, const char* value) override;
+    int AppendObject(const char* name, IJsonMessage* other) override;
+    bool HasMember(const char* name) override;
+    bool ConversionFailed() const override { return m_conversionFailed; }
+    void ResetConversionFailed() override { m_conversionFailed = false; }
+
+private:
+    std::string Name(const char* name);
+    Json::Value* Element(const char* name, std::uint32_t index);
+    template <typename Read>
+    auto Guard(Read read, decltype(read()) fallback) -> decltype(read());
+
+#if defined(__GNUC__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+#endif
+    Json::FastWriter m_writer;
+    Json::Reader m_reader;
+#if defined(__GNUC__)
+#pragma GCC diagnostic pop
+#endif
+    Json::Value m_root;
+    ITextCodec& m_codec;
+    bool m_conversionFailed = false;
+};

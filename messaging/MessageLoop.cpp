@@ -1,0 +1,57 @@
+#include "messaging/MessageLoop.h"
+
+#include "messaging/Framing.h"
+
+namespace
+{
+constexpr std::uint32_t kTrafficLevel = 3;
+}
+
+void CMessageLoop::Run()
+{
+    std::string body;
+    std::string responseText;
+    for (;;)
+    {
+        m_request.Clear();
+        m_response.Clear();
+        responseText.clear();
+
+        // A zero length also covers end of input and a failed read; the stream state is not looked at.
+        const std::uint32_t length = ReadFrameLength(m_input);
+        if (length == 0)
+            break;
+
+        if (length > kMaxFrameBody)
+        {
+            // Never allocated: answered at once, then skipped in bounded chunks.
+            if (m_log.Enabled(kTrafficLevel))
+                m_log.Write("MainHandler frame too long - %u bytes", length);
+            SetStatus(&m_response, kStatusInvalidJson);
+            m_writer.WriteResponse(m_response.ToString(responseText));
+            if (!DiscardFrameBody(m_input, length))
+                break;
+            continue;
+        }
+
+        // A short body keeps its missing bytes as NUL and is parsed up to the first of them; the next read then
+        // finds the end of input.
+        ReadFrameBody(m_input, length, body);
+        if (m_log.Enabled(kTrafficLevel))
+            m_log.Write("MainHandler command - %s", body.c_str());
+
+        if (m_request.Parse(body.c_str()))
+        {
+            responseText = m_dispatcher.Dispatch(m_request);
+        }
+        else
+        {
+            SetStatus(&m_response, kStatusInvalidJson);
+            m_response.ToString(responseText);
+        }
+
+        if (m_log.Enabled(kTrafficLevel))
+            m_log.Write("MainHandler resposbe- %s", responseText.c_str());
+        m_writer.WriteResponse(responseText);
+    }
+}
