@@ -1,0 +1,64 @@
+#include "messaging/Framing.h"
+
+#include "tests/fakes/StringStreams.h"
+
+#include <gtest/gtest.h>
+
+TEST(FramingTest, LengthIsLittleEndian)
+{
+    CStringSource source(std::string{'\x02', '\x01', '\x00', '\x00'}); // length 258, little-endian
+
+    EXPECT_EQ(258u, ReadFrameLength(source));
+}
+
+TEST(FramingTest, LengthArrivingInPiecesIsAssembled)
+{
+    CStringSource source(std::string{'\x2C', '\x01', '\x00', '\x00'}, 1);
+
+    EXPECT_EQ(300u, ReadFrameLength(source));
+}
+
+TEST(FramingTest, EmptyInputReadsAsZeroLength)
+{
+    CStringSource source("");
+
+    EXPECT_EQ(0u, ReadFrameLength(source));
+}
+
+TEST(FramingTest, PartialHeaderIsTakenAsThePartialValue)
+{
+    CStringSource source(std::string{'\x05', '\x01'}); // two bytes, then the input ends
+
+    EXPECT_EQ(0x0105u, ReadFrameLength(source));
+}
+
+TEST(FramingTest, ShortBodyKeepsMissingBytesNul)
+{
+    CStringSource source("{}");
+    std::string body;
+
+    ReadFrameBody(source, 10, body);
+
+    EXPECT_EQ(std::string("{}\0\0\0\0\0\0\0\0", 10), body);
+}
+
+TEST(FramingTest, DiscardReadsInBoundedChunks)
+{
+    CRepeatSource source(5u * 1024 * 1024, 'x');
+
+    EXPECT_TRUE(DiscardFrameBody(source, 5u * 1024 * 1024));
+    EXPECT_LE(source.LargestRead(), 64u * 1024);
+}
+
+TEST(FramingTest, DiscardReportsInputEndingFirst)
+{
+    CStringSource source(std::string(100, 'x'));
+
+    EXPECT_FALSE(DiscardFrameBody(source, 0xFFFFFFFFu));
+}
+
+TEST(FramingTest, EncodesLengthLittleEndian)
+{
+    EXPECT_EQ(std::string("\x2C\x01\x00\x00", 4), EncodeFrameLength(300));
+    EXPECT_EQ(std::string("\xFF\xFF\xFF\xFF", 4), EncodeFrameLength(0xFFFFFFFFu));
+}

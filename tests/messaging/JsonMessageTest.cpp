@@ -1,0 +1,271 @@
+#include "messaging/JsonCppWrapper.h"
+
+#include "messaging/Utf8Name.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+std::string Text(IJsonMessage& message)
+{
+    std::string out;
+    return message.ToString(out);
+}
+} // namespace
+
+TEST(JsonMessageTest, FreshMessageIsNull)
+{
+    JsonCPPWrapper message;
+
+    EXPECT_EQ("null", Text(message));
+}
+
+TEST(JsonMessageTest, ClearedObjectIsEmptyWithoutTrailingNewline)
+{
+    JsonCPPWrapper message;
+    ASSERT_TRUE(message.Parse("{\"a\":1}"));
+
+    message.Clear();
+
+    EXPECT_EQ("{}", Text(message));
+}
+
+TEST(JsonMessageTest, ClearLeavesAScalarAsItIs)
+{
+    JsonCPPWrapper message;
+    ASSERT_TRUE(message.Parse("\"text\""));
+
+    message.Clear();
+
+    EXPECT_EQ("\"text\"", Text(message));
+}
+
+TEST(JsonMessageTest, ReadingAMissingMemberAddsItAsNull)
+{
+    JsonCPPWrapper message;
+    ASSERT_TRUE(message.Parse("{}"));
+    std::string value = "stale";
+
+    message.GetString(value, "absent");
+
+    EXPECT_EQ("", value);
+    EXPECT_TRUE(message.HasMember("absent"));
+    EXPECT_EQ("{\"absent\":null}", Text(message));
+}
+
+TEST(JsonMessageTest, MissingIntegerReadsAsZero)
+{
+    JsonCPPWrapper message;
+    ASSERT_TRUE(message.Parse("{}"));
+
+    EXPECT_EQ(0, message.GetInt("id"));
+    EXPECT_FALSE(message.ConversionFailed());
+}
+
+TEST(JsonMessageTest, BooleanReadAsStringIsItsWord)
+{
+    JsonCPPWrapper message;
+    ASSERT_TRUE(message.Parse("{\"flag\":true,\"off\":false}"));
+    std::string on;
+    std::string off;
+
+    message.GetString(on, "flag");
+    message.GetString(off, "off");
+
+    EXPECT_EQ("true", on);
+    EXPECT_EQ("false", off);
+}
+
+TEST(JsonMessageTest, StringReadAsIntegerIsAConversionFailureNotAnException)
+{
+    JsonCPPWrapper message;
+    ASSERT_TRUE(message.Parse("{\"id\":\"x\"}"));
+
+    EXPECT_EQ(0, message.GetInt("id"));
+    EXPECT_TRUE(message.ConversionFailed());
+}
+
+TEST(JsonMessageTest, ObjectReadAsStringIsAConversionFailure)
+{
+    JsonCPPWrapper message;
+    ASSERT_TRUE(message.Parse("{\"command\":{\"a\":1}}"));
+    std::string value = "stale";
+
+    message.GetString(value, "command");
+
+    EXPECT_EQ("", value);
+    EXPECT_TRUE(message.ConversionFailed());
+}
+
+TEST(JsonMessageTest, IntegerOutOfRangeIsAConversionFailure)
+{
+    JsonCPPWrapper message;
+    ASSERT_TRUE(message.Parse("{\"id\":4294967296}"));
+
+    EXPECT_EQ(0, message.GetInt("id"));
+    EXPECT_TRUE(message.ConversionFailed());
+}
+
+TEST(JsonMessageTest, ClearAndParseResetTheConversionFailure)
+{
+    JsonCPPWrapper message;
+    ASSERT_TRUE(message.Parse("{\"id\":\"x\"}"));
+    message.GetInt("id");
+
+    message.Clear();
+    EXPECT_FALSE(message.ConversionFailed());
+    message.GetInt("id");
+    ASSERT_TRUE(message.Parse("{}"));
+
+    EXPECT_FALSE(message.ConversionFailed());
+}
+
+TEST(JsonMessageTest, MembersOfANonObjectRootAreAbsent)
+{
+    JsonCPPWrapper message;
+    ASSERT_TRUE(message.Parse("[1,2,3]"));
+    std::string value;
+
+    EXPECT_FALSE(message.HasMember("command"));
+    message.GetString(value, "command");
+    EXPECT_TRUE(message.ConversionFailed());
+    EXPECT_EQ(1, message.SetInt("x", 1));
+}
+
+TEST(JsonMessageTest, ParseStopsAtTheFirstNul)
+{
+    JsonCPPWrapper message;
+    const std::string text("{\"a\":1}\0garbage", 15);
+
+    EXPECT_TRUE(message.Parse(text.c_str()));
+    EXPECT_EQ("{\"a\":1}", Text(message));
+}
+
+TEST(JsonMessageTest, MalformedTextDoesNotParse)
+{
+    JsonCPPWrapper message;
+
+    EXPECT_FALSE(message.Parse("{"));
+    EXPECT_FALSE(message.Parse(""));
+    EXPECT_FALSE(message.Parse(nullptr));
+}
+
+TEST(JsonMessageTest, DeepNestingFailsToParseInsteadOfThrowing)
+{
+    JsonCPPWrapper message;
+    const std::string deep = std::string(100000, '[') + std::string(100000, ']');
+
+    EXPECT_FALSE(message.Parse(deep.c_str()));
+}
+
+TEST(JsonMessageTest, CommentsAreAccepted)
+{
+    JsonCPPWrapper message;
+
+    EXPECT_TRUE(message.Parse("// leading\n{\"a\":1 /* inline */}"));
+    EXPECT_EQ(1, message.GetInt("a"));
+}
+
+TEST(JsonMessageTest, WriterSortsMembersAndEscapesNonAscii)
+{
+    JsonCPPWrapper message;
+
+    message.SetString("b", "caf\xC3\xA9");
+    message.SetInt("a", -1);
+
+    EXPECT_EQ("{\"a\":-1,\"b\":\"caf\\u00e9\"}", Text(message));
+}
+
+TEST(JsonMessageTest, CountsArraysAndObjectsOnly)
+{
+    JsonCPPWrapper message;
+    ASSERT_TRUE(message.Parse("{\"list\":[1,2,3],\"obj\":{\"x\":1,\"y\":2},\"s\":\"abc\"}"));
+
+    EXPECT_EQ(3u, message.GetCount("list"));
+    EXPECT_EQ(2u, message.GetCount("obj"));
+    EXPECT_EQ(0u, message.GetCount("s"));
+    EXPECT_EQ(0u, message.GetCount("absent"));
+}
+
+TEST(JsonMessageTest, ReadsArrayElementsAndTheirMembers)
+{
+    JsonCPPWrapper message;
+    ASSERT_TRUE(message.Parse("{\"keys\":[{\"vk\":65,\"name\":\"a\"},{\"vk\":66}],\"words\":[\"x\",7]}"));
+    std::string name;
+    std::string word;
+    std::string number;
+
+    EXPECT_EQ(65, message.GetArrayMemberInt("keys", "vk", 0));
+    EXPECT_EQ("a", message.GetArrayMemberString(name, "keys", "name", 0));
+    EXPECT_EQ("x", message.GetArrayString(word, "words", 0));
+    EXPECT_EQ("7", message.GetArrayString(number, "words", 1));
+    EXPECT_EQ(7, message.GetArrayInt("words", 1));
+    EXPECT_FALSE(message.ConversionFailed());
+}
+
+TEST(JsonMessageTest, IndexPastTheEndReadsAsNullWithoutGrowingTheArray)
+{
+    JsonCPPWrapper message;
+    ASSERT_TRUE(message.Parse("{\"list\":[1]}"));
+
+    EXPECT_EQ(0, message.GetArrayInt("list", 0xFFFFFFFFu));
+    EXPECT_EQ(1u, message.GetCount("list"));
+}
+
+TEST(JsonMessageTest, AppendsBuildArrays)
+{
+    JsonCPPWrapper message;
+    JsonCPPWrapper inner;
+    inner.SetInt("k", 1);
+
+    message.AppendInt("n", 1);
+    message.AppendString("n", "two");
+    message.AppendObject("n", &inner);
+
+    EXPECT_EQ("{\"n\":[1,\"two\",{\"k\":1}]}", Text(message));
+}
+
+TEST(JsonMessageTest, SetObjectCopiesTheOtherRoot)
+{
+    JsonCPPWrapper message;
+    JsonCPPWrapper info;
+    info.SetString("productver", "9.1");
+
+    EXPECT_EQ(1, message.SetObject("productverinfo", &info));
+    info.SetString("productver", "changed");
+
+    EXPECT_EQ("{\"productverinfo\":{\"productver\":\"9.1\"}}", Text(message));
+}
+
+TEST(JsonMessageTest, SettersReportOne)
+{
+    JsonCPPWrapper message;
+
+    EXPECT_EQ(1, message.SetInt("a", 1));
+    EXPECT_EQ(1, message.SetString("b", "x"));
+    EXPECT_EQ(1, message.AppendInt("c", 1));
+    EXPECT_EQ(1, message.AppendString("d", "y"));
+}
+
+TEST(JsonMessageTest, Latin1ValueIsStoredEmptyWithoutTheLastErrorCondition)
+{
+    CPortableTextCodec codec;
+    JsonCPPWrapper message(&codec);
+    CPortableTextCodec::SetLastError(0);
+
+    message.SetString("name", "Caf\xE9");
+
+    EXPECT_EQ("{\"name\":\"\"}", Text(message));
+}
+
+TEST(JsonMessageTest, Latin1ValueIsConvertedUnderTheLastErrorCondition)
+{
+    CPortableTextCodec codec;
+    JsonCPPWrapper message(&codec);
+    CPortableTextCodec::SetLastError(122);
+
+    message.SetString("name", "Caf\xE9");
+    CPortableTextCodec::SetLastError(0);
+
+    EXPECT_EQ("{\"name\":\"Caf\\u00e9\"}", Text(message));
+}
