@@ -1,0 +1,37 @@
+# The front door. `make demo` and `make test` work on a fresh machine: both install what they need first.
+
+.PHONY: all bootstrap build build-linux build-mingw test test-linux test-wine demo bench clean
+
+all: build
+
+bootstrap:
+	@scripts/bootstrap
+
+build: bootstrap build-linux build-mingw
+
+build-linux:
+	@cmake --preset linux-debug >/dev/null
+	@cmake --build --preset linux-debug
+
+# The Windows binaries land in build/mingw-release/bin/.
+build-mingw:
+	@cmake --preset mingw-release >/dev/null
+	@cmake --build --preset mingw-release
+
+test: build test-linux test-wine
+
+test-linux:
+	ctest --preset linux-debug
+
+# Every Wine run gets a scratch prefix of its own, removed afterwards.
+test-wine:
+	scripts/with-wine-prefix ctest --preset mingw-release
+
+demo: bootstrap build-mingw
+	@python3 scripts/demo.py --exe build/mingw-release/bin/LVBHOHost.exe
+
+bench: bootstrap build-mingw
+	@python3 bench/run_bench.py --build build/mingw-release
+
+clean:
+	rm -rf build

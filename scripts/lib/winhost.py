@@ -1,0 +1,234 @@
+"""Running LVBHOHost.exe under Wine and talking native messaging to it.
+
+Shared by the black-box tests, the demo and the benchmark. Frames are a 4-byte little-endian length and the body.
+"""
+
+import os
+import shutil
+import struct
+import subprocess
+import tempfile
+import threading
+import time
+from pathlib import Path
+
+PRODUCT_KEY = r"HKEY_LOCAL_MACHINE\Software\Kavrin\Lumivar"
+
+
+def frame(body):
+    if isinstance(body, str):
+        body = body.encode("utf-8")
+    return struct.pack("<I", len(body)) + body
+
+
+def split_frames(data):
+    """Splits output bytes into frame bodies; returns (bodies, leftover bytes)."""
+    bodies = []
+    pos = 0
+    while len(data) - pos >= 4:
+        (length,) = struct.unpack_from("<I", data, pos)
+        if len(data) - pos - 4 < length:
+            break
+        bodies.append(data[pos + 4 : pos + 4 + length])
+        pos += 4 + length
+    return bodies, data[pos:]
+
+
+class WinePrefix:
+    """A Wine prefix: the one in $WINEPREFIX when set (not removed), otherwise a fresh one removed by close()."""
+
+    def __init__(self, use_environment=True):
+        existing = os.environ.get("WINEPREFIX") if use_environment else None
+        self._root = None
+        if existing:
+            self.path = Path(existing)
+        else:
+            self._root = tempfile.mkdtemp(prefix="lvbho-wine.")
+            self.path = Path(self._root) / "prefix"
+        self.env = dict(os.environ)
+        self.env["WINEPREFIX"] = str(self.path)
+        self.env.setdefault("WINEDEBUG", "-all")
+        self.env.setdefault("WINEDLLOVERRIDES", "mscoree,mshtml=")
+        self.env["LC_ALL"] = self.env.get("LVBHO_TEST_LC_ALL", "en_US.UTF-8")
+        if self._root:
+            self.path.mkdir(parents=True)
+            self._quiet(["wineserver", "-p"])
+            self._quiet(["wine", "wineboot"])
+
+    def _quiet(self, args, env=None):
+        return subprocess.run(args, env=env or self.env, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                              stderr=subprocess.DEVNULL).returncode
+
+    def close(self):
+        if self._root:
+            self._quiet(["wineserver", "-k"])
+            self._quiet(["wineserver", "-w"])
+            shutil.rmtree(self._root, ignore_errors=True)
+            self._root = None
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *exc):
+        self.close()
+
+    @property
+    def drive_c(self):
+        return self.path / "drive_c"
+
+    def reg_import(self, text):
+        """Imports REGEDIT4 text (one call for many keys)."""
+        with tempfile.NamedTemporaryFile("w", suffix=".reg", delete=False, encoding="ascii") as f:
+            f.write("REGEDIT4\r\n\r\n" + text.replace("\n", "\r\n"))
+            name = f.name
+        try:
+            if self._quiet(["wine", "regedit", "/S", name]) != 0:
+                raise RuntimeError("regedit import failed")
+        finally:
+            os.unlink(name)
+
+    def reg(self, *args):
+        return self._quiet(["wine", "reg", *args])
+
+    def install_product(self, install_dir="C:\\Program Files\\Lumivar\\", oem=55, pmode=1, product_ver="9.4.0",
+                        web_version="9.4.0.12", build_number="2026.11.3", release=4):
+        esc = install_dir.replace("\\", "\\\\")
+        self.reg_import(
+            f"[{PRODUCT_KEY}]\n"
+            f'"InstallDir"="{esc}"\n'
+            f'"OEM"=dword:{oem:08x}\n'
+            f'"PMode"=dword:{pmode:08x}\n'
+            f'"ProductVer"="{product_ver}"\n'
+            f'"WebVersion"="{web_version}"\n'
+            f'"BuildNumber"="{build_number}"\n'
+            f'"Release"=dword:{release:08x}\n'
+        )
+
+    def remove_product(self):
+        self.reg("delete", PRODUCT_KEY, "/f")
+
+
+class HostRun:
+    def __init__(self, stdout, stderr, returncode, seconds):
+        self.stdout = stdout
+        self.stderr = stderr
+        self.returncode = returncode
+        self.seconds = seconds
+
+    @property
+    def frames(self):
+        bodies, _ = split_frames(self.stdout)
+        return bodies
+
+
+def run_host(prefix, exe, stdin_bytes=b"", args=(), timeout=60, close_stdin=True, env=None):
+    """Runs the host with `stdin_bytes` on its input; returns its output and exit code.
+
+    With close_stdin False the input stays open after the bytes, as a browser keeps it: a host that enters its
+    message loop then waits, and the run times out.
+    """
+    run_env = dict(prefix.env)
+    run_env.update(env or {})
+    started = time.monotonic()
+    process = subprocess.Popen(["wine", str(exe), *args], env=run_env, stdin=subprocess.PIPE,
+                               stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+    out, err = [], []
+
+    def pump(stream, sink):
+        while True:
+            chunk = stream.read(65536)
+            if not chunk:
+                break
+            sink.append(chunk)
+
+    def feed():
+        try:
+            view = memoryview(stdin_bytes)
+            for start in range(0, len(view), 1 << 20):
+                process.stdin.write(view[start : start + (1 << 20)])
+            process.stdin.flush()
+            if close_stdin:
+                process.stdin.close()
+        except (BrokenPipeError, ValueError):
+            pass
+
+    threads = [threading.Thread(target=pump, args=(process.stdout, out), daemon=True),
+               threading.Thread(target=pump, args=(process.stderr, err), daemon=True),
+               threading.Thread(target=feed, daemon=True)]
+    for t in threads:
+        t.start()
+    deadline = started + timeout
+    try:
+        process.wait(timeout=max(0.0, deadline - time.monotonic()))
+    except subprocess.TimeoutExpired:
+        process.kill()
+        process.wait()
+        raise TimeoutError(f"host did not exit within {timeout} s") from None
+    for t in threads[:2]:
+        t.join(timeout=10)
+    process.stdout.close()
+    process.stderr.close()
+    if not process.stdin.closed:
+        try:
+            process.stdin.close()
+        except BrokenPipeError:
+            pass
+    return HostRun(b"".join(out), b"".join(err), process.returncode, time.monotonic() - started)
+
+
+class HostSession:
+    """An interactive host: one request written, one answer read, as a browser port does."""
+
+    def __init__(self, prefix, exe, args=(), env=None):
+        run_env = dict(prefix.env)
+        run_env.update(env or {})
+        self.process = subprocess.Popen(["wine", str(exe), *args], env=run_env, stdin=subprocess.PIPE,
+                                        stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+
+    def send(self, body):
+        self.process.stdin.write(frame(body))
+        self.process.stdin.flush()
+
+    def send_raw(self, data):
+        self.process.stdin.write(data)
+        self.process.stdin.flush()
+
+    def receive(self):
+        header = self._read(4)
+        if header is None:
+            return None
+        (length,) = struct.unpack("<I", header)
+        return self._read(length)
+
+    def _read(self, count):
+        data = b""
+        while len(data) < count:
+            chunk = self.process.stdout.read(count - len(data))
+            if not chunk:
+                return None
+            data += chunk
+        return data
+
+    def peak_kib(self):
+        """The host's peak resident memory so far. The process started by `wine` is the Windows process itself;
+        its rusage after exit would also count what the forking parent held, so /proc is read while it runs."""
+        with open(f"/proc/{self.process.pid}/status") as status:
+            for line in status:
+                if line.startswith("VmHWM:"):
+                    return int(line.split()[1])
+        raise RuntimeError("no VmHWM")
+
+    def close(self, timeout=30):
+        """Closes the input, as a browser closing the port does; returns the exit code."""
+        try:
+            self.process.stdin.close()
+        except BrokenPipeError:
+            pass
+        return self.process.wait(timeout=timeout)
+
+
+def decode_log(data):
+    """Turns the scrambled debug log back into text: CR LF is the line end the file was written with; every other
+    byte but 0, 9 and 10 was shifted up by 10."""
+    data = data.replace(b"\r\n", b"\n")
+    return bytes(b if b in (0, 9, 10) else (b - 10) % 256 for b in data)

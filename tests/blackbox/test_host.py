@@ -1,0 +1,319 @@
+#!/usr/bin/env python3
+"""Black-box tests of LVBHOHost.exe under Wine: frames in on stdin, exact bytes and exit codes out.
+
+Uses the Wine prefix in $WINEPREFIX when set (ctest runs inside scripts/with-wine-prefix), else a fresh one.
+"""
+
+import argparse
+import json
+import os
+import struct
+import sys
+import unittest
+from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "scripts" / "lib"))
+import winhost  # noqa: E402
+from winhost import frame  # noqa: E402
+
+EXE = None
+PREFIX = None
+
+INVALID_JSON = b'{"CommandError":1,"CommandErrorMsg":"Invalid Json"}'
+ARGUMENT_MISSING = b'{"CommandError":4,"CommandErrorMsg":"Argument missing"}'
+LOG_FILE = "TEMP/LVBHOHost.txt"
+# The host idles at about 14 MiB under Wine; holding a refused body would take 64 MiB or more.
+BOUNDED_PEAK_KIB = 48 * 1024
+
+
+def run(stdin_bytes=b"", args=(), **kwargs):
+    return winhost.run_host(PREFIX, EXE, stdin_bytes, args, **kwargs)
+
+
+def get_lang(request_id):
+    return json.dumps({"command": "GetLang", "id": request_id}, separators=(",", ":"))
+
+
+def lang_answer(request_id, lang="English"):
+    return ('{"CommandError":0,"CommandErrorMsg":"success","Lang":"%s","command":"GetLang","id":%d}'
+            % (lang, request_id)).encode()
+
+
+class NotInstalledTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        PREFIX.remove_product()
+
+    def test_messaging_mode_prints_not_found_and_exits_zero(self):
+        result = run(frame(get_lang(1)))
+
+        self.assertEqual(b"Lumivar not found", result.stdout)
+        self.assertEqual(0, result.returncode)
+
+    def test_every_switch_prints_not_found_and_exits_zero(self):
+        for switch in ("-RegisterNativeApp", "/UnRegisterNativeApp", "-RegisterChromeGPO", "-RegisterFFBHO",
+                       "-InstallChromeBHO", "-CheckBHOInstalled", "-RegisterChromeBHO", "-UnRegisterChromeBHO"):
+            with self.subTest(switch=switch):
+                result = run(args=[switch], close_stdin=False, timeout=30)
+
+                self.assertEqual(b"Lumivar not found", result.stdout)
+                self.assertEqual(0, result.returncode)
+
+
+class InstalledTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        PREFIX.install_product()
+
+    def test_four_zero_bytes_end_the_host_with_no_output(self):
+        result = run(b"\x00\x00\x00\x00")
+
+        self.assertEqual(b"", result.stdout)
+        self.assertEqual(0, result.returncode)
+
+    def test_end_of_input_ends_the_host_with_no_output(self):
+        result = run(b"")
+
+        self.assertEqual(b"", result.stdout)
+        self.assertEqual(0, result.returncode)
+
+    def test_two_zero_bytes_then_end_end_the_host(self):
+        result = run(b"\x00\x00")
+
+        self.assertEqual(b"", result.stdout)
+        self.assertEqual(0, result.returncode)
+
+    def test_two_non_zero_bytes_then_end_are_taken_as_a_length(self):
+        result = run(b"\x05\x00")  # length 5, and no body: five NULs do not parse
+
+        self.assertEqual(frame(INVALID_JSON), result.stdout)
+        self.assertEqual(0, result.returncode)
+
+    def test_unterminated_object_is_invalid_json(self):
+        result = run(frame("{"))
+
+        self.assertEqual(frame(INVALID_JSON), result.stdout)
+
+    def test_body_padded_with_nul_parses_as_an_empty_object(self):
+        result = run(frame(b"{}" + b"\x00" * 8))
+
+        self.assertEqual(frame(ARGUMENT_MISSING), result.stdout)
+
+    def test_short_body_is_answered_then_the_host_ends(self):
+        result = run(b"\x0a\x00\x00\x00{}")  # length 10, two bytes sent
+
+        self.assertEqual(frame(ARGUMENT_MISSING), result.stdout)
+        self.assertEqual(0, result.returncode)
+
+    def test_two_frames_in_one_write_are_answered_in_order(self):
+        result = run(frame(get_lang(1)) + frame(get_lang(2)))
+
+        self.assertEqual(frame(lang_answer(1)) + frame(lang_answer(2)), result.stdout)
+
+    def test_a_hundred_frames_in_one_write_are_answered_in_order(self):
+        result = run(b"".join(frame(get_lang(i)) for i in range(100)))
+
+        self.assertEqual(b"".join(frame(lang_answer(i)) for i in range(100)), result.stdout)
+
+    def test_invalid_json_does_not_end_the_host(self):
+        result = run(frame("not json") + frame(get_lang(4)))
+
+        self.assertEqual(frame(INVALID_JSON) + frame(lang_answer(4)), result.stdout)
+
+    def test_four_gib_length_is_answered_without_allocating_it(self):
+        session = winhost.HostSession(PREFIX, EXE)
+        try:
+            session.send_raw(b"\xff\xff\xff\xff" + b"{}" * 1000)
+
+            self.assertEqual(INVALID_JSON, session.receive())
+            self.assertLess(session.peak_kib(), BOUNDED_PEAK_KIB)
+        finally:
+            self.assertEqual(0, session.close())
+
+    def test_body_above_64_mib_is_skipped_and_the_next_frame_answered(self):
+        too_long = 64 * 1024 * 1024 + 1
+        session = winhost.HostSession(PREFIX, EXE)
+        try:
+            session.send_raw(struct.pack("<I", too_long) + b" " * too_long + frame(get_lang(6)))
+
+            self.assertEqual(INVALID_JSON, session.receive())
+            self.assertEqual(lang_answer(6), session.receive())
+            self.assertLess(session.peak_kib(), BOUNDED_PEAK_KIB)
+        finally:
+            self.assertEqual(0, session.close())
+
+    def test_control_bytes_survive_in_both_directions(self):
+        # A request of 0x1A0D bytes with raw CR LF whitespace and a 0x1A inside a string; its answer is sized to
+        # 0x0A0D bytes. Text mode on either stream would rewrite or cut these.
+        fixed = len(b'{"CommandError":2,"CommandErrorMsg":"Invalid Command","command":"","id":1}')
+        command = "c" * (0x0A0D - fixed)
+        head = '\r\n{"command":"%s",\r\n"id":1,"pad":"\x1a' % command
+        request = (head + "p" * (0x1A0D - len(head) - 3) + '"}\n').encode()
+        self.assertEqual(0x1A0D, len(request))
+
+        result = run(frame(request))
+
+        self.assertEqual(b"\x0d\x0a\x00\x00", result.stdout[:4])
+        self.assertEqual(0x0A0D + 4, len(result.stdout))
+        self.assertIn(b'"command":"ccc', result.stdout)
+
+    def test_non_utf8_and_nul_in_members_are_answered(self):
+        result = run(frame(b'{"command":"Get\xffLang","id":1}') + frame(b'{"command":"A\\u0000B","id":2}'))
+
+        self.assertEqual(2, len(result.frames))
+        self.assertEqual(b'{"CommandError":2,"CommandErrorMsg":"Invalid Command","command":"","id":1}',
+                         result.frames[0])
+        self.assertEqual(b'{"CommandError":2,"CommandErrorMsg":"Invalid Command","command":"A","id":2}',
+                         result.frames[1])
+
+    def test_id_of_the_wrong_type_is_argument_missing(self):
+        result = run(frame('{"command":"GetLang","id":"x"}'))
+
+        self.assertEqual(frame(b'{"CommandError":4,"CommandErrorMsg":"Argument missing","command":"GetLang"}'),
+                         result.stdout)
+
+    def test_missing_id_answers_only_the_status(self):
+        result = run(frame('{"command":"GetLang"}'))
+
+        self.assertEqual(frame(ARGUMENT_MISSING), result.stdout)
+
+    def test_unknown_command_echoes_command_and_id(self):
+        result = run(frame('{"command":"storelogindata","id":3}'))
+
+        self.assertEqual(
+            frame(b'{"CommandError":2,"CommandErrorMsg":"Invalid Command","command":"storelogindata","id":3}'),
+            result.stdout)
+
+    def test_deeply_nested_json_is_invalid_not_fatal(self):
+        result = run(frame("[" * 100000 + "]" * 100000) + frame(get_lang(8)))
+
+        self.assertEqual(frame(INVALID_JSON) + frame(lang_answer(8)), result.stdout)
+
+    def test_user_interface_language_is_answered(self):
+        result = run(frame(get_lang(1)), env={"LC_ALL": "de_DE.UTF-8"})
+
+        self.assertEqual(frame(lang_answer(1, "German")), result.stdout)
+
+    def test_registration_switches_stay_out_of_the_message_loop(self):
+        for args in (["-RegisterNativeApp"], ["/unregisterffbho"], ["-RegisterChromeGPO", "-RegisterFFBHO"],
+                     ["-InstallChromeBHO"], ["-CheckBHOInstalled"], ["-UnRegisterChromeBHO"]):
+            with self.subTest(args=args):
+                # The input stays open: a host that read it would never exit.
+                result = run(args=args, close_stdin=False, timeout=30)
+
+                self.assertEqual(b"", result.stdout)
+                self.assertEqual(0, result.returncode)
+
+    def test_chromium_arguments_enter_the_message_loop(self):
+        result = run(frame(get_lang(1)), args=["chrome-extension://abcdefghijklmnopabcdefghijklmnop/",
+                                               "--parent-window=0"])
+
+        self.assertEqual(frame(lang_answer(1)), result.stdout)
+
+    def test_firefox_arguments_enter_the_message_loop(self):
+        result = run(frame(get_lang(1)), args=["C:\\Program Files\\Lumivar\\lvbhohost-firefox.json",
+                                               "lumivar@kavrin.com"])
+
+        self.assertEqual(frame(lang_answer(1)), result.stdout)
+
+    def test_answers_come_one_by_one_on_an_open_channel(self):
+        session = winhost.HostSession(PREFIX, EXE)
+        try:
+            for i in range(3):
+                session.send(get_lang(i))
+                self.assertEqual(lang_answer(i), session.receive())
+        finally:
+            self.assertEqual(0, session.close())
+
+
+class DebugLogTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        PREFIX.install_product()
+
+    def setUp(self):
+        self.log_file = PREFIX.drive_c / LOG_FILE
+        if self.log_file.exists():
+            self.log_file.unlink()
+
+    def tearDown(self):
+        PREFIX.reg("delete", winhost.PRODUCT_KEY, "/v", "lvDebugSupport", "/f")
+
+    def switch(self, value):
+        PREFIX.reg("add", winhost.PRODUCT_KEY, "/v", "lvDebugSupport", "/t", "REG_SZ", "/d", value, "/f")
+
+    def test_absent_switch_writes_no_file(self):
+        run(frame(get_lang(1)))
+
+        self.assertFalse(self.log_file.exists())
+
+    def test_level_three_logs_the_traffic_scrambled(self):
+        self.switch("LVBHOHost;3")
+
+        run(frame(get_lang(1)))
+
+        raw = self.log_file.read_bytes()
+        self.assertNotIn(b"MainHandler", raw)
+        text = winhost.decode_log(raw).decode("latin-1")
+        # Every entry begins with the CR LF of its prefix.
+        lines = text.split("\r\n")
+        entries = [line.split(")-", 1)[1] for line in lines if ")-" in line]
+        answer = lang_answer(1).decode()
+        self.assertEqual(["MainHandler command - " + get_lang(1),
+                          "MainHandler resposbe- " + answer,
+                          "WriteResponse before lock respose- " + answer,
+                          "WriteResponse got lock respose- " + answer,
+                          "WriteResponse succ",
+                          "WriteResponse exit"], entries)
+        self.assertEqual("", lines[0])
+        self.assertRegex(lines[1], r"^ LVBHOHost : Time:\d\d:\d\d:\d\d:\d+ - LVBHOHost\.exe "
+                                              r"\(PID:[0-9a-f]+:[0-9a-f]+:\)-MainHandler command - ")
+
+    def test_empty_switch_logs_every_program(self):
+        self.switch("")
+
+        run(frame(get_lang(1)))
+
+        self.assertIn(b"MainHandler command - ", winhost.decode_log(self.log_file.read_bytes()))
+
+    def test_level_two_keeps_the_traffic_out(self):
+        self.switch("LVBHOHost;2")
+
+        run(frame(get_lang(1)))
+
+        self.assertFalse(self.log_file.exists())
+
+    def test_another_programs_name_does_not_switch_the_host_on(self):
+        self.switch("LvEngine;52")
+
+        run(frame(get_lang(1)))
+
+        self.assertFalse(self.log_file.exists())
+
+    def test_entries_also_reach_the_debugger(self):
+        self.switch("LVBHOHost;3")
+
+        result = run(frame(get_lang(1)), env={"WINEDEBUG": "-all,+debugstr"})
+
+        self.assertIn(b"MainHandler command - ", result.stderr)
+        self.assertIn(b"WriteResponse exit", result.stderr)
+
+
+def main():
+    global EXE, PREFIX
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("--exe", required=True, help="path to LVBHOHost.exe")
+    args, rest = parser.parse_known_args()
+    EXE = Path(args.exe).resolve()
+    with winhost.WinePrefix() as prefix:
+        PREFIX = prefix
+        program = unittest.main(argv=[sys.argv[0], *rest], exit=False, verbosity=2)
+        PREFIX.remove_product()
+    tests = program.result.testsRun
+    failed = len(program.result.failures) + len(program.result.errors)
+    print(f"{tests - failed} passed, {failed} failed")
+    sys.exit(0 if program.result.wasSuccessful() and tests > 0 else 1)
+
+
+if __name__ == "__main__":
+    main()
