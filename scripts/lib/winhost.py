@@ -177,13 +177,17 @@ def run_host(prefix, exe, stdin_bytes=b"", args=(), timeout=60, close_stdin=True
 
 
 class HostSession:
-    """An interactive host: one request written, one answer read, as a browser port does."""
+    """An interactive host: one request written, one answer read, as a browser port does.
 
-    def __init__(self, prefix, exe, args=(), env=None):
+    `cpus`, when given, pins the host (all its threads) to those CPUs.
+    """
+
+    def __init__(self, prefix, exe, args=(), env=None, cpus=None):
         run_env = dict(prefix.env)
         run_env.update(env or {})
+        pin = (lambda: os.sched_setaffinity(0, cpus)) if cpus else None
         self.process = subprocess.Popen(["wine", str(exe), *args], env=run_env, stdin=subprocess.PIPE,
-                                        stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+                                        stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, preexec_fn=pin)
 
     def send(self, body):
         self.process.stdin.write(frame(body))

@@ -1,0 +1,73 @@
+#!/usr/bin/env python3
+"""A short scripted session with LVBHOHost.exe under Wine, as a browser would hold it.
+
+Creates a scratch Wine prefix with a simulated installation of the product, installs the host into it, and
+prints every frame in both directions; then shows the host's decoded debug log. The prefix is removed at the end.
+"""
+
+import argparse
+import shutil
+import sys
+from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).resolve().parent / "lib"))
+import winhost  # noqa: E402
+
+INSTALL_DIR = "C:\\Program Files\\Lumivar\\"
+
+
+def show(direction, body):
+    text = body.decode("utf-8", "backslashreplace")
+    print(f"  {direction} [{len(body):3} bytes] {text}")
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("--exe", required=True, help="path to LVBHOHost.exe")
+    args = parser.parse_args()
+    exe = Path(args.exe).resolve()
+
+    print("Creating a scratch Wine prefix (a few seconds)...")
+    with winhost.WinePrefix(use_environment=False) as prefix:
+        installed = prefix.drive_c / "Program Files" / "Lumivar"
+        installed.mkdir(parents=True)
+        shutil.copy(exe, installed / "LVBHOHost.exe")
+        host = installed / "LVBHOHost.exe"
+
+        print("\n1. No product installed: the host refuses to run in any mode.")
+        result = winhost.run_host(prefix, host, winhost.frame('{"command":"GetLang","id":1}'))
+        print(f"  stdout: {result.stdout!r}, exit code {result.returncode}")
+
+        print("\n2. Simulated installation: HKLM\\Software\\Kavrin\\Lumivar with InstallDir, OEM and versions,")
+        print("   and the debug log switched on for the host at level 3 (lvDebugSupport = LVBHOHost;3).")
+        prefix.install_product(install_dir=INSTALL_DIR)
+        prefix.reg("add", winhost.PRODUCT_KEY, "/v", "lvDebugSupport", "/t", "REG_SZ", "/d", "LVBHOHost;3", "/f")
+
+        print("\n3. A session, started as Chrome starts it (the extension's origin as the argument):")
+        session = winhost.HostSession(prefix, host, args=["chrome-extension://abcdefghijklmnopabcdefghijklmnop/"])
+        requests = [
+            b"{",
+            b'{"command":"GetLang","id":1}',
+            b'{"command":"Identify2","id":2}',
+            b'{"command":"GetLang"}',
+            b'{"command":"GetLang","id":"three"}',
+        ]
+        for request in requests:
+            show("browser -> host", request)
+            session.send(request)
+            show("host -> browser", session.receive())
+        print("  browser closes the port (end of input)")
+        code = session.close()
+        print(f"  host exited with code {code}")
+
+        log = prefix.drive_c / "TEMP" / "LVBHOHost.txt"
+        print(f"\n4. The debug log, C:\\TEMP\\LVBHOHost.txt ({log.stat().st_size} bytes, scrambled on disk), decoded:")
+        text = winhost.decode_log(log.read_bytes()).decode("latin-1")
+        for line in text.split("\r\n"):
+            if line:
+                print("  " + line)
+    print("\nDone; the scratch prefix is removed.")
+
+
+if __name__ == "__main__":
+    main()
