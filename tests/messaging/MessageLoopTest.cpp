@@ -219,6 +219,19 @@ TEST(MessageLoopTest, TrafficIsLoggedAtLevelThree)
               texts);
 }
 
+TEST(MessageLoopTest, NothingIsLoggedWithoutTheSwitch)
+{
+    CMemoryRegistry registry;
+    registry.SetString("HKLM\\SOFTWARE\\Kavrin\\Lumivar", "InstallDir", "C:\\Lumivar\\");
+    CStringSource input(Frame("{\"a\":1}") + Frame("{"));
+
+    LoopRun run(input, registry);
+
+    EXPECT_TRUE(run.logSink.m_debugOutput.empty());
+    EXPECT_TRUE(run.logSink.m_fileWrites.empty());
+    EXPECT_TRUE(run.logSink.m_folders.empty());
+}
+
 TEST(MessageLoopTest, TrafficIsNotLoggedBelowLevelThree)
 {
     CMemoryRegistry registry;
