@@ -26,17 +26,17 @@ auto JsonCPPWrapper::Guard(Read read, decltype(read()) fallback) -> decltype(rea
     }
 }
 
-std::string JsonCPPWrapper::Name(const char* name)
+std::string JsonCPPWrapper::Utf8(const char* text)
 {
     std::string utf8;
-    ToUtf8Name(m_codec, name, utf8);
+    ToUtf8Name(m_codec, text, utf8);
     return utf8;
 }
 
 Json::Value* JsonCPPWrapper::Element(const char* name, std::uint32_t index)
 {
     // Indexing past the end would grow the array to the index given; an element that is not there reads as null.
-    Json::Value& array = m_root[Name(name)];
+    Json::Value& array = m_root[Utf8(name)];
     if (!array.isArray() || index >= array.size())
         return nullptr;
     return &array[static_cast<Json::ArrayIndex>(index)];
@@ -76,20 +76,20 @@ std::string& JsonCPPWrapper::ToString(std::string& out)
 
 std::string& JsonCPPWrapper::GetString(std::string& out, const char* name)
 {
-    out = Guard([&] { return m_root[Name(name)].asString(); }, std::string());
+    out = Guard([&] { return m_root[Utf8(name)].asString(); }, std::string());
     return out;
 }
 
 int JsonCPPWrapper::GetInt(const char* name)
 {
-    return Guard([&] { return static_cast<int>(m_root[Name(name)].asInt()); }, 0);
+    return Guard([&] { return static_cast<int>(m_root[Utf8(name)].asInt()); }, 0);
 }
 
 std::uint32_t JsonCPPWrapper::GetCount(const char* name)
 {
     return Guard(
         [&] {
-            const Json::Value& value = m_root[Name(name)];
+            const Json::Value& value = m_root[Utf8(name)];
             return value.isArray() || value.isObject() ? static_cast<std::uint32_t>(value.size()) : 0u;
         },
         0u);
@@ -101,7 +101,7 @@ std::string& JsonCPPWrapper::GetArrayMemberString(std::string& out, const char* 
     out = Guard(
         [&] {
             Json::Value* element = Element(name, index);
-            return element ? (*element)[Name(member)].asString() : std::string();
+            return element ? (*element)[Utf8(member)].asString() : std::string();
         },
         std::string());
     return out;
@@ -123,7 +123,7 @@ int JsonCPPWrapper::GetArrayMemberInt(const char* name, const char* member, std:
     return Guard(
         [&] {
             Json::Value* element = Element(name, index);
-            return element ? static_cast<int>((*element)[Name(member)].asInt()) : 0;
+            return element ? static_cast<int>((*element)[Utf8(member)].asInt()) : 0;
         },
         0);
 }
@@ -145,7 +145,7 @@ int JsonCPPWrapper::SetObject(const char* name, IJsonMessage* other)
         return 1;
     return Guard(
         [&] {
-            m_root[Name(name)] = source->m_root;
+            m_root[Utf8(name)] = source->m_root;
             return 1;
         },
         1);
@@ -155,7 +155,7 @@ int JsonCPPWrapper::SetInt(const char* name, int value)
 {
     return Guard(
         [&] {
-            m_root[Name(name)] = value;
+            m_root[Utf8(name)] = value;
             return 1;
         },
         1);
@@ -165,9 +165,7 @@ int JsonCPPWrapper::SetString(const char* name, const char* value)
 {
     return Guard(
         [&] {
-            std::string utf8;
-            ToUtf8Name(m_codec, value, utf8);
-            m_root[Name(name)] = utf8;
+            m_root[Utf8(name)] = Utf8(value);
             return 1;
         },
         1);
@@ -177,7 +175,7 @@ int JsonCPPWrapper::AppendInt(const char* name, int value)
 {
     return Guard(
         [&] {
-            m_root[Name(name)].append(value);
+            m_root[Utf8(name)].append(value);
             return 1;
         },
         1);
@@ -187,9 +185,7 @@ int JsonCPPWrapper::AppendString(const char* name, const char* value)
 {
     return Guard(
         [&] {
-            std::string utf8;
-            ToUtf8Name(m_codec, value, utf8);
-            m_root[Name(name)].append(utf8);
+            m_root[Utf8(name)].append(Utf8(value));
             return 1;
         },
         1);
@@ -202,7 +198,7 @@ int JsonCPPWrapper::AppendObject(const char* name, IJsonMessage* other)
         return 1;
     return Guard(
         [&] {
-            m_root[Name(name)].append(source->m_root);
+            m_root[Utf8(name)].append(source->m_root);
             return 1;
         },
         1);
@@ -211,5 +207,5 @@ int JsonCPPWrapper::AppendObject(const char* name, IJsonMessage* other)
 bool JsonCPPWrapper::HasMember(const char* name)
 {
     // Only an object has members; asking anything else is not a conversion error.
-    return m_root.isObject() && m_root.isMember(Name(name));
+    return m_root.isObject() && m_root.isMember(Utf8(name));
 }

@@ -34,7 +34,8 @@ public:
     void ResetConversionFailed() override { m_conversionFailed = false; }
 
 private:
-    std::string Name(const char* name);
+    // A name or a written value, normalised to UTF-8.
+    std::string Utf8(const char* text);
     Json::Value* Element(const char* name, std::uint32_t index);
     template <typename Read>
     auto Guard(Read read, decltype(read()) fallback) -> decltype(read());

@@ -2,9 +2,34 @@
 
 #include "messaging/Framing.h"
 
+#include <exception>
+
 namespace
 {
 constexpr std::uint32_t kTrafficLevel = 3;
+}
+
+std::string CMessageLoop::DispatchContained()
+{
+    // Nothing a command throws may end the host: the request still gets its one answer.
+    try
+    {
+        return m_dispatcher.Dispatch(m_request);
+    }
+    catch (const std::exception& error)
+    {
+        if (m_log.Enabled(kTrafficLevel))
+            m_log.Write("MainHandler command failed - %s", error.what());
+    }
+    catch (...)
+    {
+        if (m_log.Enabled(kTrafficLevel))
+            m_log.Write("MainHandler command failed");
+    }
+    m_response.Clear();
+    SetStatus(&m_response, kStatusFail);
+    std::string text;
+    return m_response.ToString(text);
 }
 
 void CMessageLoop::Run()
@@ -42,7 +67,7 @@ void CMessageLoop::Run()
 
         if (m_request.Parse(body.c_str()))
         {
-            responseText = m_dispatcher.Dispatch(m_request);
+            responseText = DispatchContained();
         }
         else
         {

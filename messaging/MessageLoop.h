@@ -32,6 +32,8 @@ public:
     void Run();
 
 private:
+    std::string DispatchContained();
+
     IByteSource& m_input;
     CResponseWriter& m_writer;
     IRequestDispatcher& m_dispatcher;

@@ -1,17 +1,9 @@
 #include "messaging/JsonCppWrapper.h"
 
 #include "messaging/Utf8Name.h"
+#include "tests/fakes/JsonText.h"
 
 #include <gtest/gtest.h>
-
-namespace
-{
-std::string Text(IJsonMessage& message)
-{
-    std::string out;
-    return message.ToString(out);
-}
-} // namespace
 
 TEST(JsonMessageTest, FreshMessageIsNull)
 {

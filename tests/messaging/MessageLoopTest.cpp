@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <new>
 #include <vector>
 
 namespace
@@ -23,6 +24,12 @@ public:
         return "echo:" + text;
     }
     std::vector<std::string> m_seen;
+};
+
+class CThrowingDispatcher : public IRequestDispatcher
+{
+public:
+    std::string Dispatch(IJsonMessage&) override { throw std::bad_alloc(); }
 };
 
 constexpr const char* kInvalidJson = "{\"CommandError\":1,\"CommandErrorMsg\":\"Invalid Json\"}";
@@ -185,6 +192,23 @@ TEST(MessageLoopTest, BodyAtTheCeilingIsRead)
 
     ASSERT_EQ(1u, run.dispatcher.m_seen.size());
     EXPECT_EQ(body, run.dispatcher.m_seen[0]);
+}
+
+TEST(MessageLoopTest, ACommandThatThrowsIsAnsweredFailAndTheLoopGoesOn)
+{
+    CStringSource input(Frame("{}") + Frame("{"));
+    CFakeLogSink sink;
+    CDebugLog log(sink);
+    CStringSink out;
+    CResponseWriter writer(out, log);
+    CThrowingDispatcher dispatcher;
+    JsonCPPWrapper request;
+    JsonCPPWrapper response;
+    CMessageLoop loop(input, writer, dispatcher, request, response, log);
+
+    loop.Run();
+
+    EXPECT_EQ(Frame("{\"CommandError\":3,\"CommandErrorMsg\":\"fail\"}") + Frame(kInvalidJson), out.Bytes());
 }
 
 TEST(MessageLoopTest, ControlBytesSurviveInTheBody)

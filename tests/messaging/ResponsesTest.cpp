@@ -3,19 +3,11 @@
 #include "messaging/JsonCppWrapper.h"
 #include "tests/fakes/FakeLogSink.h"
 #include "tests/fakes/StringStreams.h"
+#include "tests/fakes/JsonText.h"
 
 #include <gtest/gtest.h>
 
 #include <thread>
-
-namespace
-{
-std::string Text(IJsonMessage& message)
-{
-    std::string out;
-    return message.ToString(out);
-}
-} // namespace
 
 TEST(ResponsesTest, StatusTexts)
 {
