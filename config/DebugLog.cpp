@@ -40,9 +40,36 @@ std::uint32_t ParseLevel(const char* text)
     return negative ? static_cast<std::uint32_t>(0u - level) : level;
 }
 
-// Formats one conversion with a zero or null argument. `flags` holds only printf flag characters.
-void AppendConversion(std::string& out, const std::string& flags, int width, int precision, char conversion)
+// Formats one conversion with a zero or null argument. Flags and precision that C leaves undefined for the
+// conversion ('#' outside o, x, a, e, f, g; '0' on c, s, p; a precision on c) are dropped first.
+void AppendConversion(std::string& out, std::string flags, int width, int precision, char conversion)
 {
+    const bool integer = std::strchr("diouxX", conversion) != nullptr;
+    const bool floating = std::strchr("aAeEfFgG", conversion) != nullptr;
+    const bool signedConversion = conversion == 'd' || conversion == 'i' || floating;
+    auto drop = [&flags](char flag) { flags.erase(std::remove(flags.begin(), flags.end(), flag), flags.end()); };
+    if (!floating && std::strchr("oxX", conversion) == nullptr)
+        drop('#');
+    if (!integer && !floating)
+        drop('0');
+    if (!signedConversion)
+    {
+        drop('+');
+        drop(' ');
+    }
+    if (conversion == 'c')
+        precision = -1;
+
+    if (conversion == 'p')
+    {
+        // The Windows C library prints a null pointer as sixteen zeros on 64-bit.
+        const std::string digits(16, '0');
+        const bool left = flags.find('-') != std::string::npos;
+        const std::string pad(width > 16 ? static_cast<std::size_t>(width - 16) : 0u, ' ');
+        out += left ? digits + pad : pad + digits;
+        return;
+    }
+
     std::string spec = "%" + flags;
     if (width > 0)
         spec += std::to_string(width);
@@ -52,47 +79,18 @@ void AppendConversion(std::string& out, const std::string& flags, int width, int
 
     char buffer[2 * kMaxFieldWidth + 64];
     int written = 0;
-    switch (conversion)
-    {
-    case 'd':
-    case 'i':
+    if (integer && (conversion == 'd' || conversion == 'i'))
         written = std::snprintf(buffer, sizeof(buffer), spec.c_str(), 0);
-        break;
-    case 'u':
-    case 'o':
-    case 'x':
-    case 'X':
+    else if (integer)
         written = std::snprintf(buffer, sizeof(buffer), spec.c_str(), 0u);
-        break;
-    case 'c':
-        written = std::snprintf(buffer, sizeof(buffer), spec.c_str(), 0);
-        break;
-    case 's':
-        written = std::snprintf(buffer, sizeof(buffer), spec.c_str(), "(null)");
-        break;
-    case 'e':
-    case 'E':
-    case 'f':
-    case 'F':
-    case 'g':
-    case 'G':
-    case 'a':
-    case 'A':
+    else if (floating)
         written = std::snprintf(buffer, sizeof(buffer), spec.c_str(), 0.0);
-        break;
-    case 'p': {
-        // The Windows C library prints a null pointer as sixteen zeros on 64-bit.
-        std::string digits(16, '0');
-        const bool left = flags.find('-') != std::string::npos;
-        const std::string pad(width > 16 ? static_cast<std::size_t>(width - 16) : 0u, ' ');
-        out += left ? digits + pad : pad + digits;
-        return;
-    }
-    default:
-        return;
-    }
+    else if (conversion == 'c')
+        written = std::snprintf(buffer, sizeof(buffer), spec.c_str(), 0);
+    else if (conversion == 's')
+        written = std::snprintf(buffer, sizeof(buffer), spec.c_str(), "(null)");
     if (written > 0)
-        out.append(buffer, static_cast<std::size_t>(written) < sizeof(buffer) ? written : sizeof(buffer) - 1);
+        out.append(buffer, std::min(static_cast<std::size_t>(written), sizeof(buffer) - 1));
 }
 } // namespace
 
@@ -126,9 +124,10 @@ void ScrambleLogLine(std::string& line)
 
 std::string FormatLogLineAgain(const std::string& line)
 {
+    // The line is a C string to the formatter: it ends at its first NUL (a scrambled 0xF6 is one).
+    const std::size_t n = std::min(line.size(), std::strlen(line.c_str()));
     std::string out;
-    out.reserve(line.size());
-    const std::size_t n = line.size();
+    out.reserve(n);
     std::size_t i = 0;
     while (i < n)
     {
@@ -145,7 +144,7 @@ std::string FormatLogLineAgain(const std::string& line)
             continue;
         }
         std::string flags;
-        while (i < n && std::strchr("-+ #0", line[i]) != nullptr && line[i] != '\0')
+        while (i < n && std::strchr("-+ #0", line[i]) != nullptr)
             flags += line[i++];
         int width = 0;
         if (i < n && line[i] == '*')
@@ -165,7 +164,7 @@ std::string FormatLogLineAgain(const std::string& line)
                     precision = std::min(kMaxFieldWidth, precision * 10 + (line[i++] - '0'));
         }
         // Size prefixes change nothing for a zero argument.
-        while (i < n && std::strchr("hlLqjztwI", line[i]) != nullptr && line[i] != '\0')
+        while (i < n && std::strchr("hlLqjztwI", line[i]) != nullptr)
         {
             if (line.compare(i, 3, "I64") == 0 || line.compare(i, 3, "I32") == 0)
                 i += 3;
@@ -174,18 +173,23 @@ std::string FormatLogLineAgain(const std::string& line)
         }
         if (i >= n)
         {
-            out.append(line, start, std::string::npos);
+            out.append(line, start, n - start);
             break;
         }
-        const char conversion = line[i++];
+        char conversion = line[i++];
         if (conversion == 'n')
             continue;
-        if (std::strchr("diuoxXcseEfFgGaAp", conversion) == nullptr || conversion == '\0')
+        // The Windows C library's wide character (C), wide string (S) and counted string (Z) conversions.
+        if (conversion == 'C')
+            conversion = 'c';
+        else if (conversion == 'S' || conversion == 'Z')
+            conversion = 's';
+        if (std::strchr("diuoxXcseEfFgGaAp", conversion) == nullptr)
         {
             out.append(line, start, i - start);
             continue;
         }
-        AppendConversion(out, flags, width, precision, conversion == 'C' ? 'c' : conversion);
+        AppendConversion(out, flags, width, precision, conversion);
     }
     return out;
 }

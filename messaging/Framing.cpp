@@ -1,6 +1,7 @@
 #include "messaging/Framing.h"
 
 #include <algorithm>
+#include <new>
 #include <vector>
 
 namespace
@@ -30,10 +31,20 @@ std::uint32_t ReadFrameLength(IByteSource& source)
            static_cast<std::uint32_t>(bytes[2]) << 16 | static_cast<std::uint32_t>(bytes[3]) << 24;
 }
 
-void ReadFrameBody(IByteSource& source, std::uint32_t length, std::string& body)
+bool ReadFrameBody(IByteSource& source, std::uint32_t length, std::string& body)
 {
-    body.assign(length, '\0');
+    try
+    {
+        body.assign(length, '\0');
+    }
+    catch (const std::bad_alloc&)
+    {
+        body.clear();
+        body.shrink_to_fit();
+        return false;
+    }
     ReadFully(source, body.data(), length);
+    return true;
 }
 
 bool DiscardFrameBody(IByteSource& source, std::uint32_t length)

@@ -13,8 +13,9 @@ inline constexpr std::uint32_t kMaxFrameBody = 64u * 1024u * 1024u;
 // input and a failed read alike, and a partial header is taken as the partial value.
 std::uint32_t ReadFrameLength(IByteSource& source);
 
-// Reads a body of `length` bytes into `body`; bytes that do not arrive stay NUL.
-void ReadFrameBody(IByteSource& source, std::uint32_t length, std::string& body);
+// Reads a body of `length` bytes into `body`; bytes that do not arrive stay NUL. Returns false, having read
+// nothing, when the memory for the body cannot be had.
+bool ReadFrameBody(IByteSource& source, std::uint32_t length, std::string& body);
 
 // Reads and throws away `length` bytes in bounded chunks. Returns false if the input ended first.
 bool DiscardFrameBody(IByteSource& source, std::uint32_t length);

@@ -8,6 +8,27 @@
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 #endif
 
+std::size_t CountJsonValues(const char* text, std::size_t limit)
+{
+    std::size_t values = 1;
+    bool inString = false;
+    for (const char* p = text; *p != '\0' && values <= limit; ++p)
+    {
+        if (inString)
+        {
+            if (*p == '\\' && p[1] != '\0')
+                ++p;
+            else if (*p == '"')
+                inString = false;
+        }
+        else if (*p == '"')
+            inString = true;
+        else if (*p == '[' || *p == '{' || *p == ',')
+            ++values;
+    }
+    return values;
+}
+
 JsonCPPWrapper::JsonCPPWrapper(ITextCodec* codec) : m_codec(codec ? *codec : ProcessTextCodec())
 {
 }
@@ -52,7 +73,7 @@ void JsonCPPWrapper::Clear()
 bool JsonCPPWrapper::Parse(const char* text)
 {
     m_conversionFailed = false;
-    if (text == nullptr)
+    if (text == nullptr || CountJsonValues(text, kMaxJsonValues) > kMaxJsonValues)
         return false;
     try
     {

@@ -7,12 +7,21 @@
 
 #include <json/json.h>
 
+// The most values a parsed text may hold. jsoncpp spends about a hundred bytes on each, so a 64 MiB body of "0,"
+// would take gigabytes; no request comes near this.
+inline constexpr std::size_t kMaxJsonValues = 100000;
+
+// Counts the values a JSON text would create (openings and separators outside strings, plus one), stopping as
+// soon as the count passes `limit`. The text ends at its first NUL.
+std::size_t CountJsonValues(const char* text, std::size_t limit);
+
 class JsonCPPWrapper : public IJsonMessage
 {
 public:
     explicit JsonCPPWrapper(ITextCodec* codec = nullptr);
 
     void Clear() override;
+    // False for malformed JSON, nesting deeper than 1000 levels, or more than kMaxJsonValues values.
     bool Parse(const char* text) override;
     std::string& ToString(std::string& out) override;
     std::string& GetString(std::string& out, const char* name) override;

@@ -2,12 +2,12 @@
 
 #include "messaging/Framing.h"
 
-#include <exception>
-
 namespace
 {
 constexpr std::uint32_t kTrafficLevel = 3;
-}
+// The answer to a request whose command failed unexpectedly, ready-made: building it must not fail in turn.
+constexpr const char* kFailAnswer = "{\"CommandError\":3,\"CommandErrorMsg\":\"fail\"}";
+} // namespace
 
 std::string CMessageLoop::DispatchContained()
 {
@@ -16,20 +16,19 @@ std::string CMessageLoop::DispatchContained()
     {
         return m_dispatcher.Dispatch(m_request);
     }
-    catch (const std::exception& error)
-    {
-        if (m_log.Enabled(kTrafficLevel))
-            m_log.Write("MainHandler command failed - %s", error.what());
-    }
     catch (...)
     {
-        if (m_log.Enabled(kTrafficLevel))
-            m_log.Write("MainHandler command failed");
+        // Logging may fail for the reason the command did; the answer must not.
+        try
+        {
+            if (m_log.Enabled(kTrafficLevel))
+                m_log.Write("MainHandler command failed");
+        }
+        catch (...)
+        {
+        }
     }
-    m_response.Clear();
-    SetStatus(&m_response, kStatusFail);
-    std::string text;
-    return m_response.ToString(text);
+    return kFailAnswer;
 }
 
 void CMessageLoop::Run()
@@ -47,11 +46,13 @@ void CMessageLoop::Run()
         if (length == 0)
             break;
 
-        if (length > kMaxFrameBody)
+        // A short body keeps its missing bytes as NUL and is parsed up to the first of them; the next read then
+        // finds the end of input. A body above the ceiling, or one there is no memory for, is never held: it is
+        // answered at once, then skipped in bounded chunks.
+        if (length > kMaxFrameBody || !ReadFrameBody(m_input, length, body))
         {
-            // Never allocated: answered at once, then skipped in bounded chunks.
             if (m_log.Enabled(kTrafficLevel))
-                m_log.Write("MainHandler frame too long - %u bytes", length);
+                m_log.Write("MainHandler frame refused - %u bytes", length);
             SetStatus(&m_response, kStatusInvalidJson);
             m_writer.WriteResponse(m_response.ToString(responseText));
             if (!DiscardFrameBody(m_input, length))
@@ -59,9 +60,6 @@ void CMessageLoop::Run()
             continue;
         }
 
-        // A short body keeps its missing bytes as NUL and is parsed up to the first of them; the next read then
-        // finds the end of input.
-        ReadFrameBody(m_input, length, body);
         if (m_log.Enabled(kTrafficLevel))
             m_log.Write("MainHandler command - %s", body.c_str());
 

@@ -35,10 +35,13 @@ def split_frames(data):
 
 
 class WinePrefix:
-    """A Wine prefix: the one in $WINEPREFIX when set (not removed), otherwise a fresh one removed by close()."""
+    """A Wine prefix the harness may change: the scratch one that scripts/with-wine-prefix made (it says so in
+    $LVBHO_SCRATCH_PREFIX; not removed here), otherwise a fresh one removed by close(). A developer's own
+    $WINEPREFIX is never used: the tests write its registry."""
 
     def __init__(self, use_environment=True):
-        existing = os.environ.get("WINEPREFIX") if use_environment else None
+        scratch = use_environment and os.environ.get("LVBHO_SCRATCH_PREFIX") == "1"
+        existing = os.environ.get("WINEPREFIX") if scratch else None
         self._root = None
         if existing:
             self.path = Path(existing)

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Black-box tests of LVBHOHost.exe under Wine: frames in on stdin, exact bytes and exit codes out.
 
-Uses the Wine prefix in $WINEPREFIX when set (ctest runs inside scripts/with-wine-prefix), else a fresh one.
+Uses the scratch prefix of scripts/with-wine-prefix when run inside it (as ctest is by make test), else a fresh one.
 """
 
 import argparse
@@ -139,6 +139,19 @@ class InstalledTest(unittest.TestCase):
             self.assertEqual(INVALID_JSON, session.receive())
             self.assertEqual(lang_answer(6), session.receive())
             self.assertLess(session.peak_kib(), BOUNDED_PEAK_KIB)
+        finally:
+            self.assertEqual(0, session.close())
+
+    def test_a_body_of_millions_of_tiny_values_is_refused_in_bounded_memory(self):
+        body = b"[" + b"0," * (24 * 1024 * 1024) + b"0]"  # 48 MiB, 24 million values
+        session = winhost.HostSession(PREFIX, EXE)
+        try:
+            session.send(body)
+
+            self.assertEqual(INVALID_JSON, session.receive())
+            self.assertLess(session.peak_kib(), BOUNDED_PEAK_KIB + 48 * 1024)
+            session.send(get_lang(9))
+            self.assertEqual(lang_answer(9), session.receive())
         finally:
             self.assertEqual(0, session.close())
 

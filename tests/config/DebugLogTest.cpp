@@ -240,9 +240,45 @@ TEST(FormatLogLineAgainTest, HugeWidthsAreCapped)
 
 TEST(FormatLogLineAgainTest, PlainTextIsUnchanged)
 {
-    const std::string text("\r\n LVBHOHost : Time:1 - x (PID:1:2:)-{\"a\":1}\0tail", 48);
+    const std::string text("\r\n LVBHOHost : Time:1 - x (PID:1:2:)-{\"a\":1}");
 
     EXPECT_EQ(text, FormatLogLineAgain(text));
+}
+
+TEST(FormatLogLineAgainTest, TheLineEndsAtItsFirstNul)
+{
+    EXPECT_EQ("head", FormatLogLineAgain(std::string("head\0tail %d", 13)));
+    EXPECT_EQ("%", FormatLogLineAgain(std::string("%\0d", 3)));
+}
+
+TEST(FormatLogLineAgainTest, FlagsThatWouldBeUndefinedAreDropped)
+{
+    EXPECT_EQ("0", FormatLogLineAgain("%#d"));
+    EXPECT_EQ("(null)", FormatLogLineAgain("%#s"));
+    EXPECT_EQ(" (null)", FormatLogLineAgain("%07s"));
+    EXPECT_EQ("  0000000000000000", FormatLogLineAgain("%018p"));
+    EXPECT_EQ(std::string("\0", 1), FormatLogLineAgain("%.3c"));
+    EXPECT_EQ("0", FormatLogLineAgain("%+u"));
+    EXPECT_EQ("0", FormatLogLineAgain("%#x")); // kept where it is defined; zero takes no prefix
+    EXPECT_EQ("+0.0", FormatLogLineAgain("%+.1f"));
+}
+
+TEST(FormatLogLineAgainTest, WindowsOnlyConversionsExpandAsForANullArgument)
+{
+    EXPECT_EQ(std::string("a\0b", 3), FormatLogLineAgain("a%Cb"));
+    EXPECT_EQ("(null)", FormatLogLineAgain("%S"));
+    EXPECT_EQ("(null)", FormatLogLineAgain("%Z"));
+}
+
+TEST(DebugLogTest, ScrambledNulCutsTheFileCopy)
+{
+    OpenedLog run("");
+
+    run.log.Write("%s", "ab\xF6" "cd"); // 0xF6 + 10 wraps to 0
+
+    const std::string& written = run.sink.m_fileWrites.at(0);
+    EXPECT_EQ("kl", written.substr(written.size() - 2)); // 'a' + 10, 'b' + 10, then the end
+    EXPECT_NE(std::string::npos, run.sink.m_debugOutput.at(0).find("ab\xF6" "cd"));
 }
 
 TEST(DebugLogTest, LongLogNameIsCutByTheHeaderBuffer)

@@ -273,6 +273,19 @@ TEST(RegTransactionTest, WithATransactionAMissingFunctionAnswersOne)
     EXPECT_EQ(1, key.Create(kHkeyLocalMachine, "Software\\Test"));
 }
 
+TEST(RegTransactionTest, DeleteSubKeyThroughAMissingTransactedFunctionAnswersOne)
+{
+    CMemoryRegistry registry;
+    registry.SetString("HKLM\\Software\\Test\\Child", "v", "x");
+    CRegTransactionManager plain(registry, 0, true);
+    CRegKey key(registry, &plain);
+    ASSERT_EQ(kRegOk, key.Open(kHkeyLocalMachine, "Software\\Test"));
+    CRegTransactionManager transacted(registry, 0x44, false);
+
+    EXPECT_EQ(1, transacted.DeleteKey(key.Handle(), "Child", 0));
+    EXPECT_TRUE(registry.HasKey("HKLM\\Software\\Test\\Child"));
+}
+
 TEST(RegTransactionTest, WithATransactionTheTransactedCallsAreMade)
 {
     CMemoryRegistry registry;

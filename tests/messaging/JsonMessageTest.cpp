@@ -150,6 +150,36 @@ TEST(JsonMessageTest, DeepNestingFailsToParseInsteadOfThrowing)
     EXPECT_FALSE(message.Parse(deep.c_str()));
 }
 
+TEST(JsonMessageTest, CountsValuesOutsideStrings)
+{
+    EXPECT_EQ(1u, CountJsonValues("5", 100));
+    EXPECT_EQ(4u, CountJsonValues("{\"a\":1,\"b\":[2]}", 100));
+    EXPECT_EQ(2u, CountJsonValues("{\"a,[{\":\"x\\\",y\"}", 100));
+    EXPECT_EQ(3u, CountJsonValues("[1,2,3,4,5]", 2)); // stops once past the limit
+}
+
+TEST(JsonMessageTest, TooManyValuesDoNotParse)
+{
+    JsonCPPWrapper message;
+    std::string many = "[0";
+    for (std::size_t i = 1; i < kMaxJsonValues; ++i)
+        many += ",0";
+    many += "]";
+
+    EXPECT_FALSE(message.Parse(many.c_str()));
+    many.replace(many.size() - 3, 2, "");
+    EXPECT_TRUE(message.Parse(many.c_str()));
+    EXPECT_EQ(kMaxJsonValues, CountJsonValues(many.c_str(), kMaxJsonValues)); // the array and its elements
+}
+
+TEST(JsonMessageTest, AHugeStringIsOneValue)
+{
+    JsonCPPWrapper message;
+    const std::string text = "{\"pad\":\"" + std::string(1000000, ',') + "\"}";
+
+    EXPECT_TRUE(message.Parse(text.c_str()));
+}
+
 TEST(JsonMessageTest, CommentsAreAccepted)
 {
     JsonCPPWrapper message;
@@ -195,6 +225,32 @@ TEST(JsonMessageTest, ReadsArrayElementsAndTheirMembers)
     EXPECT_FALSE(message.ConversionFailed());
 }
 
+TEST(JsonMessageTest, MembersOfAnElementThatIsNotAnObjectAreAConversionFailure)
+{
+    JsonCPPWrapper message;
+    ASSERT_TRUE(message.Parse("{\"keys\":[5]}"));
+    std::string name = "stale";
+
+    EXPECT_EQ("", message.GetArrayMemberString(name, "keys", "name", 0));
+    EXPECT_TRUE(message.ConversionFailed());
+    message.ResetConversionFailed();
+    EXPECT_EQ(0, message.GetArrayMemberInt("keys", "vk", 0));
+    EXPECT_TRUE(message.ConversionFailed());
+}
+
+TEST(JsonMessageTest, ANameWithAControlByteIsNormalisedLikeAValue)
+{
+    CPortableTextCodec codec;
+    JsonCPPWrapper message(&codec);
+    CPortableTextCodec::SetLastError(0);
+
+    message.SetInt("na\x01me", 1);
+
+    EXPECT_EQ("{\"\":1}", Text(message));
+}
+
+// Reading past the end of an array does not grow it to the index asked for, as indexing jsoncpp's values would:
+// an index that comes from a request must not decide how much memory the host takes.
 TEST(JsonMessageTest, IndexPastTheEndReadsAsNullWithoutGrowingTheArray)
 {
     JsonCPPWrapper message;

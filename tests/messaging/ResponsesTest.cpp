@@ -1,5 +1,6 @@
 #include "messaging/Responses.h"
 
+#include "config/MemoryRegistry.h"
 #include "messaging/JsonCppWrapper.h"
 #include "tests/fakes/FakeLogSink.h"
 #include "tests/fakes/StringStreams.h"
@@ -8,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <thread>
+#include <vector>
 
 TEST(ResponsesTest, StatusTexts)
 {
@@ -72,6 +74,27 @@ TEST(ResponsesTest, EmptyTextProducesNoFrame)
 
     EXPECT_EQ("", out.Bytes());
     EXPECT_EQ(0, out.Flushes());
+}
+
+TEST(ResponsesTest, EmptyTextIsLoggedAsNoData)
+{
+    CMemoryRegistry registry;
+    registry.SetString("HKLM\\SOFTWARE\\Kavrin\\Lumivar", "lvDebugSupport", "LVBHOHost;3");
+    CFakeLogSink sink;
+    CDebugLog log(sink);
+    log.Open(registry, "LVBHOHost");
+    CStringSink out;
+    CResponseWriter writer(out, log);
+
+    writer.WriteResponse("");
+
+    std::vector<std::string> texts;
+    for (const std::string& line : sink.m_debugOutput)
+        if (line != "\r\n")
+            texts.push_back(line.substr(line.find(")-") + 2));
+    EXPECT_EQ((std::vector<std::string>{"WriteResponse before lock respose- ", "WriteResponse got lock respose- ",
+                                        "WriteResponse fail no data"}),
+              texts);
 }
 
 TEST(ResponsesTest, FramesFromTwoThreadsStayWhole)

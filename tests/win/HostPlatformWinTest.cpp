@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <thread>
 #include <vector>
 
 namespace
@@ -45,6 +46,24 @@ TEST(HostPlatformWinTest, ComInitialisationIsOwedOnlyWhenItSucceeded)
 
     ASSERT_TRUE(platform.ComInitialize(true));
     platform.ComUninitialize();
+}
+
+TEST(HostPlatformWinTest, ComInitialisationInAnotherApartmentIsNotOwed)
+{
+    CRegistryWin registry;
+    CLogSinkWin sink;
+    CDebugLog log(sink);
+    CHostPlatformWin platform(registry, log);
+    bool owed = true;
+
+    // On a thread of its own, so that this thread's apartment stays as it was.
+    std::thread([&] {
+        ASSERT_TRUE(platform.ComInitialize(false));
+        owed = platform.ComInitialize(true); // RPC_E_CHANGED_MODE
+        platform.ComUninitialize();
+    }).join();
+
+    EXPECT_FALSE(owed);
 }
 
 TEST(ImmersiveQueryWinTest, WineDoesNotExportIsImmersiveProcess)
