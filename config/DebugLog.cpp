@@ -70,25 +70,25 @@ void AppendConversion(std::string& out, std::string flags, int width, int precis
         return;
     }
 
-    std::string spec = "%" + flags;
+    std::string conversionFormat = "%" + flags;
     if (width > 0)
-        spec += std::to_string(width);
+        conversionFormat += std::to_string(width);
     if (precision >= 0)
-        spec += "." + std::to_string(precision);
-    spec += conversion;
+        conversionFormat += "." + std::to_string(precision);
+    conversionFormat += conversion;
 
     char buffer[2 * kMaxFieldWidth + 64];
     int written = 0;
     if (integer && (conversion == 'd' || conversion == 'i'))
-        written = std::snprintf(buffer, sizeof(buffer), spec.c_str(), 0);
+        written = std::snprintf(buffer, sizeof(buffer), conversionFormat.c_str(), 0);
     else if (integer)
-        written = std::snprintf(buffer, sizeof(buffer), spec.c_str(), 0u);
+        written = std::snprintf(buffer, sizeof(buffer), conversionFormat.c_str(), 0u);
     else if (floating)
-        written = std::snprintf(buffer, sizeof(buffer), spec.c_str(), 0.0);
+        written = std::snprintf(buffer, sizeof(buffer), conversionFormat.c_str(), 0.0);
     else if (conversion == 'c')
-        written = std::snprintf(buffer, sizeof(buffer), spec.c_str(), 0);
+        written = std::snprintf(buffer, sizeof(buffer), conversionFormat.c_str(), 0);
     else if (conversion == 's')
-        written = std::snprintf(buffer, sizeof(buffer), spec.c_str(), "(null)");
+        written = std::snprintf(buffer, sizeof(buffer), conversionFormat.c_str(), "(null)");
     if (written > 0)
         out.append(buffer, std::min(static_cast<std::size_t>(written), sizeof(buffer) - 1));
 }
