@@ -31,7 +31,6 @@ Fn LookUp(const char* name)
 }
 } // namespace
 
-
 RegResult CRegistryWin::OpenKey(RegHandle parent, const char* subKey, std::uint32_t access, RegHandle& key)
 {
     HKEY opened = nullptr;

@@ -9,7 +9,6 @@ import struct
 import subprocess
 import tempfile
 import threading
-import time
 from pathlib import Path
 
 PRODUCT_KEY = r"HKEY_LOCAL_MACHINE\Software\Kavrin\Lumivar"
@@ -112,11 +111,10 @@ class WinePrefix:
 
 
 class HostRun:
-    def __init__(self, stdout, stderr, returncode, seconds):
+    def __init__(self, stdout, stderr, returncode):
         self.stdout = stdout
         self.stderr = stderr
         self.returncode = returncode
-        self.seconds = seconds
 
     @property
     def frames(self):
@@ -132,7 +130,6 @@ def run_host(prefix, exe, stdin_bytes=b"", args=(), timeout=60, close_stdin=True
     """
     run_env = dict(prefix.env)
     run_env.update(env or {})
-    started = time.monotonic()
     process = subprocess.Popen(["wine", str(exe), *args], env=run_env, stdin=subprocess.PIPE,
                                stdout=subprocess.PIPE, stderr=subprocess.PIPE)
     out, err = [], []
@@ -160,9 +157,8 @@ def run_host(prefix, exe, stdin_bytes=b"", args=(), timeout=60, close_stdin=True
                threading.Thread(target=feed, daemon=True)]
     for t in threads:
         t.start()
-    deadline = started + timeout
     try:
-        process.wait(timeout=max(0.0, deadline - time.monotonic()))
+        process.wait(timeout=timeout)
     except subprocess.TimeoutExpired:
         process.kill()
         process.wait()
@@ -176,7 +172,7 @@ def run_host(prefix, exe, stdin_bytes=b"", args=(), timeout=60, close_stdin=True
             process.stdin.close()
         except BrokenPipeError:
             pass
-    return HostRun(b"".join(out), b"".join(err), process.returncode, time.monotonic() - started)
+    return HostRun(b"".join(out), b"".join(err), process.returncode)
 
 
 class HostSession:

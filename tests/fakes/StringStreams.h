@@ -24,8 +24,6 @@ public:
         return n;
     }
 
-    std::size_t Position() const { return m_position; }
-
 private:
     std::string m_bytes;
     std::size_t m_piece;
