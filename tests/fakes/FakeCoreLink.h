@@ -1,0 +1,93 @@
+#pragma once
+// The link to the core over an in-memory block: scripted answers, and a record of what was asked.
+
+#include "corelink/ICoreLink.h"
+
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+struct SignalCall
+{
+    std::uint32_t code;
+    std::int32_t wait;
+};
+
+class CFakeCoreLink : public ICoreLink
+{
+public:
+    BHOSharedData* Block() override { return m_mapped ? &m_block : nullptr; }
+
+    // Like the real lock, it takes nothing while the core is not running.
+    bool LockBlock() override
+    {
+        ++m_lockCount;
+        if (!m_coreRunning)
+            return false;
+        ++m_lockDepth;
+        return true;
+    }
+    void UnlockBlock() override
+    {
+        ++m_unlockCount;
+        --m_lockDepth;
+    }
+
+    std::int32_t SignalEvent(std::uint32_t code, std::int32_t wait) override
+    {
+        m_signals.push_back({code, wait});
+        return m_signalResult;
+    }
+    std::int32_t WaitForCompleteEvent() override
+    {
+        ++m_waitCount;
+        return m_waitResult;
+    }
+    std::int32_t GetSharedResult() override { return static_cast<std::int32_t>(m_block.result); }
+    std::uint32_t GetSharedFlags() override { return m_block.flags; }
+
+    // Initialises the block as the host does; field3 is left alone.
+    void ResetSharedData() override
+    {
+        ++m_resetCount;
+        if (m_lockDepth > 0)
+            m_resetUnderLock = true;
+        if (!m_mapped)
+            return;
+        m_block.hostContext = 0;
+        m_block.hostWindow = 0;
+        std::memset(m_block.field0, 0, sizeof(m_block.field0));
+        std::memset(m_block.requestUser, 0, sizeof(m_block.requestUser));
+        std::memset(m_block.requestKey, 0, sizeof(m_block.requestKey));
+        std::memset(m_block.requestDisplay, 0, sizeof(m_block.requestDisplay));
+        std::memset(m_block.fieldScript, 0, sizeof(m_block.fieldScript));
+        std::memset(m_block.valueScript, 0, sizeof(m_block.valueScript));
+        m_block.valueCount = 0;
+        m_block.flags = 0;
+        m_block.requestCode = kRequestIsKnown;
+        m_block.result = kResultPending;
+    }
+
+    std::int32_t ValidateUser() override
+    {
+        ++m_validateCount;
+        return m_validateResult;
+    }
+
+    BHOSharedData m_block{};
+    bool m_mapped = true;      // false: Block() returns null
+    bool m_coreRunning = true; // false: LockBlock() takes nothing and returns false
+
+    std::vector<SignalCall> m_signals;
+    std::int32_t m_signalResult = 1;
+    int m_waitCount = 0;
+    std::int32_t m_waitResult = 1;
+    int m_validateCount = 0;
+    std::int32_t m_validateResult = 1;
+
+    int m_lockCount = 0; // LockBlock calls, taken or not
+    int m_unlockCount = 0;
+    int m_lockDepth = 0; // locks now held
+    int m_resetCount = 0;
+    bool m_resetUnderLock = false; // a ResetSharedData call came while the lock was held
+};
