@@ -1,0 +1,36 @@
+#include "corelink/ProcessQuery.h"
+
+#include <cstdio>
+
+std::string ToLowerAscii(std::string text)
+{
+    for (char& c : text)
+        if (c >= 'A' && c <= 'Z')
+            c = static_cast<char>(c - 'A' + 'a');
+    return text;
+}
+
+std::uint32_t FindProcessInList(const std::vector<NamedProcess>& processes, const char* name, std::uint32_t selfId)
+{
+    const std::string wanted = ToLowerAscii(name ? name : "");
+    for (const NamedProcess& process : processes)
+    {
+        if (process.id != selfId && ToLowerAscii(process.exeName).find(wanted) != std::string::npos)
+            return process.id;
+    }
+    return 0;
+}
+
+std::string BuildProcessQuery(const char* name, bool withCommandLine, std::uint32_t session,
+                              std::uint32_t ownSession)
+{
+    const char* select = withCommandLine ? "ProcessId,CommandLine" : "ProcessId";
+    const std::string wanted = name ? name : "";
+    std::string query = std::string("SELECT ") + select + " FROM Win32_Process WHERE Name = '" + wanted + "'";
+    if (session == kAnySession)
+        return query;
+    const std::uint32_t id = session == kOwnSession ? ownSession : session;
+    char condition[32];
+    std::snprintf(condition, sizeof condition, " and SessionId=%d", static_cast<int>(id));
+    return query + condition;
+}

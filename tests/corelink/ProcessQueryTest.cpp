@@ -1,0 +1,155 @@
+#include "corelink/ProcessQuery.h"
+#include "corelink/UpdateGuard.h"
+
+#include "config/MemoryRegistry.h"
+#include "tests/fakes/FakeMessagingPlatform.h"
+
+#include <gtest/gtest.h>
+
+TEST(ProcessQueryTest, TheNameMatchesAsACaseInsensitiveSubstring)
+{
+    const std::vector<NamedProcess> processes = {{4, "explorer.exe"}, {9, "mylvengine.exe"}};
+
+    EXPECT_EQ(9u, FindProcessInList(processes, "LvEngine.exe", 1));
+}
+
+TEST(ProcessQueryTest, TheHostNeverFindsItselfButFindsAnotherHostOfTheSameName)
+{
+    const std::vector<NamedProcess> processes = {{1, "LVBHOHost.exe"}, {2, "LVBHOHost.exe"}};
+
+    EXPECT_EQ(2u, FindProcessInList(processes, "LVBHOHost.exe", 1));
+    EXPECT_EQ(0u, FindProcessInList({{1, "LVBHOHost.exe"}}, "LVBHOHost.exe", 1));
+}
+
+TEST(ProcessQueryTest, AnEmptyListFindsNothing)
+{
+    EXPECT_EQ(0u, FindProcessInList({}, "LvEngine.exe", 1));
+}
+
+TEST(ProcessQueryTest, TheQueryForAnySessionHasNoSessionCondition)
+{
+    EXPECT_EQ("SELECT ProcessId FROM Win32_Process WHERE Name = 'wyupdate.exe'",
+              BuildProcessQuery("wyupdate.exe", false, kAnySession, 3));
+}
+
+TEST(ProcessQueryTest, TheQueryForTheOwnSessionNamesIt)
+{
+    EXPECT_EQ("SELECT ProcessId,CommandLine FROM Win32_Process WHERE Name = 'wyupdate.exe' and SessionId=3",
+              BuildProcessQuery("wyupdate.exe", true, kOwnSession, 3));
+}
+
+TEST(ProcessQueryTest, TheQueryForAnotherSessionNamesThatOne)
+{
+    EXPECT_EQ("SELECT ProcessId FROM Win32_Process WHERE Name = 'x.exe' and SessionId=7",
+              BuildProcessQuery("x.exe", false, 7, 3));
+}
+
+namespace
+{
+struct Update
+{
+    Update()
+    {
+        registry.SetString("HKLM\\SOFTWARE\\Kavrin\\Lumivar", "InstallDir", "C:\\Program Files\\Lumivar\\");
+        processes.m_processes = {{42, "wyUpdate.exe"}};
+        processes.m_imagePath = "\\Device\\HarddiskVolume1\\Program Files\\Lumivar\\wyUpdate.exe";
+    }
+    int Check() { return IsUpdateRunning(registry, processes); }
+
+    CMemoryRegistry registry;
+    CFakeProcessQuery processes;
+};
+} // namespace
+
+TEST(UpdateGuardTest, AnUpdaterWithAllThreeCheckSwitchesLetsTheHostRun)
+{
+    Update run;
+    run.processes.m_wmiCommandLine = "\"C:\\Program Files\\Lumivar\\wyUpdate.exe\" /QuickCheck /noerr /justcheck ";
+
+    EXPECT_EQ(0, run.Check());
+    EXPECT_EQ((std::vector<std::string>{
+                  "SELECT ProcessId,CommandLine FROM Win32_Process WHERE Name = 'wyupdate.exe' and SessionId=1"}),
+              run.processes.m_wmiQueries);
+}
+
+TEST(UpdateGuardTest, AnUpdaterWithoutNoerrMakesTheHostQuit)
+{
+    Update run;
+    run.processes.m_wmiCommandLine = "wyupdate.exe /quickcheck /justcheck";
+
+    EXPECT_EQ(1, run.Check());
+}
+
+TEST(UpdateGuardTest, AnUpdaterWithoutQuickcheckMakesTheHostQuit)
+{
+    Update run;
+    run.processes.m_wmiCommandLine = "wyupdate.exe /noerr /justcheck";
+
+    EXPECT_EQ(1, run.Check());
+}
+
+TEST(UpdateGuardTest, AnUpdaterWithoutJustcheckMakesTheHostQuit)
+{
+    Update run;
+    run.processes.m_wmiCommandLine = "wyupdate.exe /quickcheck /noerr";
+
+    EXPECT_EQ(1, run.Check());
+}
+
+TEST(UpdateGuardTest, AnUpdaterOfAnotherProductIsIgnored)
+{
+    Update run;
+    run.processes.m_imagePath = "\\Device\\HarddiskVolume1\\Program Files\\Other\\wyUpdate.exe";
+
+    EXPECT_EQ(0, run.Check());
+}
+
+TEST(UpdateGuardTest, TheInstallFolderMatchesOnAnotherVolumeAndInAnyCase)
+{
+    Update run;
+    run.processes.m_imagePath = "\\Device\\HarddiskVolume2\\PROGRAM FILES\\LUMIVAR\\wyUpdate.exe";
+
+    EXPECT_EQ(1, run.Check());
+}
+
+TEST(UpdateGuardTest, AnUpdaterInAnotherSessionIsIgnored)
+{
+    Update run;
+    run.processes.m_wmiSession = 2;
+
+    EXPECT_EQ(0, run.Check());
+}
+
+TEST(UpdateGuardTest, NoUpdaterMeansNoUpdate)
+{
+    Update run;
+    run.processes.m_processes.clear();
+
+    EXPECT_EQ(0, run.Check());
+}
+
+TEST(UpdateGuardTest, AFailedQueryMeansNoUpdate)
+{
+    Update run;
+    run.processes.m_wmiWorks = false;
+
+    EXPECT_EQ(0, run.Check());
+}
+
+TEST(UpdateGuardTest, AnUnreadableImagePathMeansNoUpdate)
+{
+    Update run;
+    run.processes.m_imagePath.clear();
+
+    EXPECT_EQ(0, run.Check());
+}
+
+TEST(UpdateGuardTest, WithoutTheProductKeyNothingIsAsked)
+{
+    CMemoryRegistry registry;
+    CFakeProcessQuery processes;
+    processes.m_processes = {{42, "wyUpdate.exe"}};
+
+    EXPECT_EQ(0, IsUpdateRunning(registry, processes));
+    EXPECT_TRUE(processes.m_wmiQueries.empty());
+}
