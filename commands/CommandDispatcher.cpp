@@ -1,11 +1,27 @@
 #include "commands/CommandDispatcher.h"
 
+#include "messaging/JsonCppWrapper.h"
 #include "messaging/Responses.h"
+
+#include <memory>
+
+namespace
+{
+constexpr std::uint32_t kCompletionWaitMs = 500;
+constexpr int kBrowserCodeOther = 7;
+} // namespace
+
+bool SkipsCancelStep(const std::string& command)
+{
+    return command == "SetPluginParam" || command == "CancelOperation" || command == "SetPromptPos" ||
+           command == "HidePrompt" || command == "CheckSkipList";
+}
 
 std::string CCommandDispatcher::Dispatch(IJsonMessage& request)
 {
+    IJsonMessage& response = m_handler.Reply();
     std::uint32_t status = kStatusArgumentMissing;
-    m_response.Clear();
+    response.Clear();
 
     if (request.HasMember("command") && request.HasMember("id"))
     {
@@ -19,38 +35,130 @@ std::string CCommandDispatcher::Dispatch(IJsonMessage& request)
         const bool idRead = !request.ConversionFailed();
 
         if (commandRead)
-            m_response.SetString("command", command.c_str());
+            response.SetString("command", command.c_str());
         if (idRead)
-            m_response.SetInt("id", id);
+            response.SetInt("id", id);
 
         if (commandRead && idRead)
         {
-            status = RunCommand(command, request);
+            if (!SkipsCancelStep(command) && m_handler.CancelIfBusy(1) == kStatusPending)
+            {
+                // The core was busy and has been told to cancel: the prompt goes, and the cancel gets a moment.
+                m_handler.HidePrompt();
+                m_handler.WaitForCompletion(kCompletionWaitMs);
+            }
+            status = RunCommand(command);
             if (request.ConversionFailed())
             {
                 // The command met a member it could not convert: its partial results are dropped.
-                m_response.Clear();
-                m_response.SetString("command", command.c_str());
-                m_response.SetInt("id", id);
+                response.Clear();
+                response.SetString("command", command.c_str());
+                response.SetInt("id", command == "ShowPrompt" ? -1 : id);
                 status = kStatusArgumentMissing;
             }
         }
     }
 
-    SetStatus(&m_response, status);
+    SetStatus(&response, status);
     std::string text;
-    return m_response.ToString(text);
+    return response.ToString(text);
 }
 
-std::uint32_t CCommandDispatcher::RunCommand(const std::string& command, IJsonMessage&)
+std::uint32_t CCommandDispatcher::RunCommand(const std::string& command)
 {
     // Exact, case-sensitive comparison, first match wins.
+    if (command == "StoreLoginData")
+        return m_handler.StoreLoginData();
+    if (command == "CheckAndValidate")
+    {
+        const std::uint32_t status = m_handler.CheckAndValidate();
+        // The validation's outcome reaches the extension later, as a frame of its own; give it a moment anyway.
+        if (status == kStatusPending)
+            m_handler.WaitForCompletion(kCompletionWaitMs);
+        return status;
+    }
+    if (command == "RememberPwdWithoutPrompt")
+        return m_handler.RememberPwdWithoutPrompt();
+    if (command == "IsPageRemembered")
+        return m_handler.IsPageRemembered();
+    if (command == "SetRememberPwdWithoutPrompt")
+        return m_handler.SetRememberPwdWithoutPrompt() == kStatusSuccess ? kStatusSuccess : kStatusFail;
     if (command == "SetNeverRememberPwd")
         return kStatusSuccess;
+    if (command == "SetPluginParam")
+        return m_handler.SetPluginParam();
     if (command == "GetLang")
     {
-        m_response.SetString("Lang", m_values.languageName.c_str());
+        m_handler.Reply().SetString("Lang", m_values.languageName.c_str());
         return kStatusSuccess;
     }
+    if (command == "CancelOperation")
+    {
+        m_handler.HidePrompt();
+        const std::uint32_t status = m_handler.CancelIfBusy(1);
+        if (status != kStatusPending)
+            return status;
+        m_handler.WaitForCompletion(kCompletionWaitMs);
+        return kStatusSuccess;
+    }
+    if (command == "CheckSkipList")
+    {
+        // The operation writes its own members; whether the site is skipped is not the status.
+        static_cast<void>(m_handler.CheckSkipList());
+        return kStatusSuccess;
+    }
+    if (command == "ShowPrompt")
+    {
+        const std::uint32_t status = m_handler.ShowPrompt();
+        m_handler.Reply().SetInt("id", -1);
+        return status;
+    }
+    if (command == "SetPromptPos")
+        return m_handler.SetPromptPos();
+    if (command == "HidePrompt")
+        return m_handler.HidePrompt();
+    if (command == "Identify")
+        return Identify();
+    if (command == "keyevent")
+        return m_handler.PlayKeys();
     return kStatusInvalidCommand;
+}
+
+std::uint32_t CCommandDispatcher::Identify()
+{
+    IJsonMessage& request = m_handler.Request();
+    IJsonMessage& reply = m_handler.Reply();
+
+    // A missing "name" or "purpose" is noted, yet "Identify" still answers 0.
+    std::string name;
+    std::string purpose;
+    if (request.HasMember("name"))
+        request.GetString(name, "name");
+    if (request.HasMember("purpose"))
+        request.GetString(purpose, "purpose");
+
+    if (name != "firefox")
+    {
+        if (name != "chrome")
+            name = "unkown"; // so spelled; the extension and the core know the word
+        m_handler.SetBrowserCode(kBrowserCodeOther);
+    }
+    m_handler.SetBrowserName(name);
+
+    if (purpose == "Install")
+        m_handler.ExtensionInstalled();
+    else if (name != "chrome")
+        m_handler.StartNonChromeBrowser();
+
+    auto info = std::make_unique<JsonCPPWrapper>();
+    info->SetString("buildnumber", m_values.product.buildNumber.c_str());
+    info->SetString("productver", m_values.product.productVer.c_str());
+    info->SetString("webversion", m_values.product.webVersion.c_str());
+    info->SetInt("releasever", m_values.product.release);
+    info->SetInt("oem", m_values.product.oem);
+    info->SetInt("pmode", m_values.product.pmode);
+    reply.SetObject("productverinfo", info.get());
+    reply.SetInt("ismetro", m_values.chromeImmersive ? 1 : 0);
+    reply.SetInt("MultiVltSupport", 1);
+    return kStatusSuccess;
 }

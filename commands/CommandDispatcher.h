@@ -1,13 +1,10 @@
 #pragma once
 // Turns one parsed request into one response text: checks the two members every request carries ("command", a
-// string, and "id", an integer), echoes them, runs the command the text names and writes the status.
-//
-// This build carries the commands that need nothing but the host itself ("GetLang", "SetNeverRememberPwd");
-// the commands that reach the core, the prompt and the keyboard are not known to it yet and are answered as
-// unknown commands.
+// string, and "id", an integer), echoes them, runs the common cancel step, calls the operation the command names
+// and writes the status. "GetLang" and "Identify" are carried out here in full.
 
+#include "commands/ICommandHandler.h"
 #include "config/ProcessValues.h"
-#include "messaging/JsonCppWrapper.h"
 #include "messaging/MessageLoop.h"
 
 #include <string>
@@ -15,13 +12,18 @@
 class CCommandDispatcher : public IRequestDispatcher
 {
 public:
-    explicit CCommandDispatcher(const ProcessValues& values) : m_values(values) {}
+    CCommandDispatcher(ICommandHandler& handler, const ProcessValues& values) : m_handler(handler), m_values(values) {}
 
+    // `request` is the message the handler reads; the answer is built in the handler's reply.
     std::string Dispatch(IJsonMessage& request) override;
 
 private:
-    std::uint32_t RunCommand(const std::string& command, IJsonMessage& request);
+    std::uint32_t RunCommand(const std::string& command);
+    std::uint32_t Identify();
 
+    ICommandHandler& m_handler;
     const ProcessValues& m_values;
-    JsonCPPWrapper m_response;
 };
+
+// The commands that skip the common cancel step.
+bool SkipsCancelStep(const std::string& command);
