@@ -2,6 +2,7 @@
 
 #include "framework/Unique.h"
 #include "host/MainHandler.h"
+#include "host/MessagingPlatformWin.h"
 #include "messaging/StdStreamsWin.h"
 
 #include <objbase.h>
@@ -92,6 +93,7 @@ void CHostPlatformWin::RunMainHandler(ProcessValues& values)
 {
     CStdInSource input;
     CStdOutSink output;
-    MessagingEnvironment environment{m_registry, m_log, input, output, ::GetUserDefaultUILanguage()};
+    CMessagingPlatformWin platform(m_registry, m_log);
+    MessagingEnvironment environment{m_registry, m_log, input, output, ::GetUserDefaultUILanguage(), platform};
     MainHandler(environment, values);
 }

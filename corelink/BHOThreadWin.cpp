@@ -1,0 +1,120 @@
+#include "corelink/BHOThreadWin.h"
+
+#include "commands/IHandlerPlatform.h"
+#include "corelink/MessagePumpWin.h"
+#include "corelink/SecurityWin.h"
+
+#include <imm.h>
+#include <objbase.h>
+
+CBHOThread::CBHOThread(CCoreLink& link, IRegistry& registry, const CDebugLog& log)
+    : m_link(link), m_registry(registry), m_log(log)
+{
+    SECURITY_ATTRIBUTES attributes{};
+    SECURITY_DESCRIPTOR descriptor{};
+    const bool secured = InitNullDaclAttributes(attributes, descriptor) != 0;
+    m_hReadyEvent.Attach(::CreateEventA(secured ? &attributes : nullptr, TRUE, FALSE, nullptr));
+}
+
+CBHOThread::~CBHOThread() = default;
+
+bool CBHOThread::Start(IJsonMessage& request, CResponseWriter& writer)
+{
+    if (!m_hReadyEvent.IsValid() || !CreateSuspended())
+        return false;
+    // Resume only after the request and the writer are set: InitInstance uses both.
+    m_pRequest = &request;
+    m_pWriter = &writer;
+    Resume();
+    // Waiting for the ready event also waits for the thread's queue, which thread messages need.
+    const HANDLE waitFor[2] = {m_hReadyEvent.Get(), Handle()};
+    for (;;)
+    {
+        const DWORD outcome =
+            ::MsgWaitForMultipleObjectsEx(2, waitFor, INFINITE, QS_ALLINPUT, MWMO_INPUTAVAILABLE);
+        if (outcome == WAIT_OBJECT_0)
+            return m_pHandler != nullptr;
+        if (outcome != WAIT_OBJECT_0 + 2)
+            return false; // the thread ended before it was ready, or the wait failed
+        MSG message;
+        while (::PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE))
+        {
+            if (message.message == WM_QUIT)
+                continue;
+            ::TranslateMessage(&message);
+            ::DispatchMessageA(&message);
+        }
+    }
+}
+
+void CBHOThread::Stop()
+{
+    if (!Handle())
+        return;
+    if (PostQuit())
+        WaitPumpingInfiniteWin(Handle());
+    else
+        ::WaitForSingleObject(Handle(), 5000);
+}
+
+bool CBHOThread::InitInstance()
+{
+    m_comInitialised = SUCCEEDED(::CoInitialize(nullptr));
+    ::SetThreadLocale(LOCALE_SYSTEM_DEFAULT);
+    // Makes the thread's message queue exist before anyone posts to it.
+    MSG message;
+    ::PeekMessageA(&message, nullptr, WM_USER, WM_USER, PM_NOREMOVE);
+
+    m_pPlatform = std::make_unique<CHandlerPlatformWin>(ThreadId(), *m_pWriter, m_log);
+    m_pHandler = std::make_unique<CLVBHOCommandHandler>(*m_pRequest, *m_pPlatform, m_link, m_registry, m_log);
+    // The window comes last, once the handler it forwards to exists.
+    if (!m_pPlatform->ReplaceWindow(std::make_unique<CBHOWnd>(*m_pWriter), m_pHandler.get()) &&
+        m_log.Enabled(3))
+        m_log.Write("CBHOThread::InitInstance - message window not created %lu",
+                    static_cast<unsigned long>(::GetLastError()));
+
+    ::SetEvent(m_hReadyEvent.Get());
+    return true;
+}
+
+int CBHOThread::ExitInstance()
+{
+    // Windows go before the handler they forward to, and both before COM.
+    if (m_pPlatform)
+        m_pPlatform->DestroyWindow();
+    m_pHandler.reset();
+    m_pPlatform.reset();
+    if (m_comInitialised)
+        ::CoUninitialize();
+    m_comInitialised = false;
+    return 0;
+}
+
+bool CBHOThread::PreTranslateMessage(MSG& message)
+{
+    // Keys that an input method editor has taken are seen as their real virtual keys by the prompt window.
+    if (message.message == WM_KEYDOWN && message.wParam == VK_PROCESSKEY)
+        message.wParam = ::ImmGetVirtualKey(message.hwnd);
+    return false;
+}
+
+bool CBHOThread::OnThreadMessage(const MSG& message)
+{
+    if (message.message != kMsgCreatePromptWnd)
+        return false;
+    OnCreatePromptWnd(message.wParam, message.lParam);
+    return true;
+}
+
+void CBHOThread::OnCreatePromptWnd(WPARAM, LPARAM lParam)
+{
+    if (m_pHandler && m_pPlatform)
+    {
+        // A fresh window takes the place of the old one; the core answers to whichever is current.
+        if (!m_pPlatform->ReplaceWindow(std::make_unique<CBHOWnd>(*m_pWriter), m_pHandler.get()) &&
+            m_log.Enabled(3))
+            m_log.Write("CBHOThread::OnCreatePromptWnd - window not created");
+    }
+    // Always: the main thread waits for this event without a time-out.
+    ::SetEvent(reinterpret_cast<HANDLE>(lParam));
+}

@@ -1,0 +1,49 @@
+#pragma once
+// CBHOThread, the host's UI thread. The main thread is blocked on standard input, so every window of the host and
+// the command handler live here: the thread owns COM for itself, pumps its messages (the core's among them) and
+// runs the work the main thread hands it by thread message.
+
+#include "commands/CommandHandler.h"
+#include "config/IRegistry.h"
+#include "corelink/CoreLink.h"
+#include "corelink/HandlerPlatformWin.h"
+#include "framework/UIThread.h"
+#include "framework/Unique.h"
+
+#include <memory>
+
+class CBHOThread : public CUIThread
+{
+public:
+    CBHOThread(CCoreLink& link, IRegistry& registry, const CDebugLog& log);
+    ~CBHOThread() override;
+
+    // Creates the thread suspended, hands it the request message and the writer, resumes it and waits, serving
+    // messages, until its ready event is set. False when the thread could not start.
+    [[nodiscard]] bool Start(IJsonMessage& request, CResponseWriter& writer);
+    // Posts WM_QUIT and waits, serving messages, until the thread has ended.
+    void Stop();
+
+    // Set once InitInstance has run; null before.
+    CLVBHOCommandHandler* Handler() const noexcept { return m_pHandler.get(); }
+
+protected:
+    bool InitInstance() override;
+    int ExitInstance() override;
+    bool PreTranslateMessage(MSG& message) override;
+    bool OnThreadMessage(const MSG& message) override;
+
+private:
+    // Makes a new window for the handler in place of the current one and sets the event in `lParam`, always.
+    void OnCreatePromptWnd(WPARAM wParam, LPARAM lParam);
+
+    CCoreLink& m_link;
+    IRegistry& m_registry;
+    const CDebugLog& m_log;
+    CHandle m_hReadyEvent;
+    IJsonMessage* m_pRequest = nullptr;
+    CResponseWriter* m_pWriter = nullptr;
+    std::unique_ptr<CHandlerPlatformWin> m_pPlatform;
+    std::unique_ptr<CLVBHOCommandHandler> m_pHandler;
+    bool m_comInitialised = false;
+};

@@ -1,0 +1,38 @@
+#pragma once
+// CBHOWnd, the host's hidden message window. The core reaches the host through it: WM_COPYDATA records (the
+// outcome of a validation) and the wake-up message (a fill script waits in the block). Both are re-posted to the
+// window itself, so that the core's SendMessage returns at once and the work runs later on the UI thread, where
+// they leave as unsolicited messages to the extension. UI thread only.
+
+#include "commands/CommandHandler.h"
+#include "framework/MsgWindow.h"
+#include "messaging/JsonCppWrapper.h"
+#include "messaging/Responses.h"
+
+#include <cstdint>
+#include <memory>
+
+class CBHOWnd : public CMsgWindow
+{
+public:
+    explicit CBHOWnd(CResponseWriter& writer) : m_writer(writer), m_pJson(std::make_shared<JsonCPPWrapper>()) {}
+
+    // Creates the window, titled with the handler's browser name, and lets the core's two messages through the
+    // message filter, since the core may run at another integrity level. False when the window cannot be made.
+    [[nodiscard]] bool Create(CLVBHOCommandHandler* handler);
+    virtual bool IsPromptWindow() const { return false; }
+
+protected:
+    bool OnMessage(UINT message, WPARAM wParam, LPARAM lParam, LRESULT& result) override;
+    // "ValidateAsyncMsg": `record` came from malloc and is freed here when wParam is 0. Returns 1.
+    LRESULT OnCopyData(WPARAM wParam, BHOCopyData* record);
+    // "FormFill". Returns 0.
+    LRESULT OnAutoFill();
+
+    CLVBHOCommandHandler* Handler() const noexcept { return m_pHandler; }
+
+private:
+    CResponseWriter& m_writer;
+    CLVBHOCommandHandler* m_pHandler = nullptr;
+    std::shared_ptr<JsonCPPWrapper> m_pJson;
+};

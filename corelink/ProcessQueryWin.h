@@ -1,0 +1,13 @@
+#pragma once
+// The process list through a Toolhelp snapshot, the updater's command line through WMI.
+
+#include "corelink/ProcessQuery.h"
+
+class CProcessQueryWin : public IProcessQuery
+{
+public:
+    std::uint32_t FindProcessByName(const char* name) override;
+    // COM must already be initialised on the calling thread.
+    std::uint32_t FindProcessByWmi(const char* name, std::string* commandLine, std::uint32_t session) override;
+    bool ProcessImagePath(std::uint32_t processId, std::string& path) override;
+};

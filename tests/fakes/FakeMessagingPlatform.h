@@ -1,0 +1,87 @@
+#pragma once
+// Messaging mode's platform, recording: a scripted process list, start-up steps that can be made to fail, and a UI
+// thread that is a recording command handler.
+
+#include "host/MainHandler.h"
+#include "tests/fakes/RecordingCommandHandler.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+class CFakeProcessQuery : public IProcessQuery
+{
+public:
+    std::uint32_t FindProcessByName(const char* name) override
+    {
+        return FindProcessInList(m_processes, name, m_selfId);
+    }
+    std::uint32_t FindProcessByWmi(const char* name, std::string* commandLine, std::uint32_t session) override
+    {
+        m_wmiQueries.push_back(BuildProcessQuery(name, commandLine != nullptr, session, 1));
+        if (session != kAnySession && m_wmiSession != 1 && session == kOwnSession)
+            return 0; // the process runs in another session
+        const std::uint32_t found = m_wmiWorks ? FindProcessInList(m_processes, name, m_selfId) : 0;
+        if (found && commandLine)
+            *commandLine = m_wmiCommandLine;
+        return found;
+    }
+    bool ProcessImagePath(std::uint32_t, std::string& path) override
+    {
+        if (m_imagePath.empty())
+            return false;
+        path = m_imagePath;
+        return true;
+    }
+
+    std::vector<NamedProcess> m_processes;
+    std::uint32_t m_selfId = 100;
+    bool m_wmiWorks = true;
+    std::uint32_t m_wmiSession = 1;
+    std::string m_wmiCommandLine;
+    std::string m_imagePath;
+    std::vector<std::string> m_wmiQueries;
+};
+
+class CFakeMessagingPlatform : public IMessagingPlatform
+{
+public:
+    IProcessQuery& Processes() override { return m_processes; }
+    bool InitSecurityAttributes() override
+    {
+        m_calls.push_back("InitSecurityAttributes");
+        return m_securityWorks;
+    }
+    bool InitSharedMemory() override
+    {
+        m_calls.push_back("InitSharedMemory");
+        return m_sharedMemoryWorks;
+    }
+    void CloseSharedMemory() override { m_calls.push_back("CloseSharedMemory"); }
+    ICommandHandler* StartUiThread(IJsonMessage& request, CResponseWriter&) override
+    {
+        m_calls.push_back("StartUiThread");
+        if (!m_threadStarts)
+            return nullptr;
+        m_handler = std::make_unique<CRecordingCommandHandler>(request);
+        m_handler->m_cancelStatus = m_cancelStatus;
+        return m_handler.get();
+    }
+    void StopUiThread() override
+    {
+        // What the handler was asked is kept for the test; the thread's end destroys the handler.
+        if (m_handler)
+            m_handlerCalls = m_handler->m_calls;
+        m_handler.reset();
+        m_calls.push_back("StopUiThread");
+    }
+
+    CFakeProcessQuery m_processes;
+    bool m_securityWorks = true;
+    bool m_sharedMemoryWorks = true;
+    bool m_threadStarts = true;
+    std::uint32_t m_cancelStatus = 3;
+    std::vector<std::string> m_calls;
+    std::vector<std::string> m_handlerCalls;
+    std::unique_ptr<CRecordingCommandHandler> m_handler;
+};

@@ -1,0 +1,97 @@
+#include "corelink/CoreObjectsWin.h"
+
+#include "corelink/CoreLink.h"
+#include "corelink/ProcessQueryWin.h"
+#include "tests/fakes/FakeLogSink.h"
+
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <cstring>
+
+namespace
+{
+struct Objects
+{
+    CFakeLogSink sink;
+    CDebugLog log{sink};
+    CProcessQueryWin processes;
+    CCoreObjectsWin objects{processes, log};
+    CCoreLink link{objects, log};
+};
+} // namespace
+
+TEST(CoreObjectsWinTest, TheFirstOpenerCreatesTheBlockWithTheCompleteEventSet)
+{
+    Objects first;
+
+    ASSERT_EQ(1, first.objects.InitSharedMemory());
+
+    EXPECT_TRUE(first.objects.CreatedMapping());
+    ASSERT_NE(nullptr, first.objects.Block());
+    EXPECT_EQ(WAIT_OBJECT_0, ::WaitForSingleObject(first.objects.EventHandle(CoreEvent::Complete), 0));
+    EXPECT_EQ(WAIT_TIMEOUT, ::WaitForSingleObject(first.objects.EventHandle(CoreEvent::RequestA), 0));
+    EXPECT_NE(0u, first.objects.WakeUpMessage());
+}
+
+TEST(CoreObjectsWinTest, ASecondOpenerFindsTheBlockAsItStands)
+{
+    Objects first;
+    ASSERT_EQ(1, first.objects.InitSharedMemory());
+    first.link.ResetSharedData();
+    std::strcpy(first.objects.Block()->requestKey, "EXAMPLE.COM::pwd");
+    Objects second;
+
+    ASSERT_EQ(1, second.objects.InitSharedMemory());
+
+    EXPECT_FALSE(second.objects.CreatedMapping());
+    EXPECT_STREQ("EXAMPLE.COM::pwd", second.objects.Block()->requestKey);
+    EXPECT_NE(first.objects.Block(), second.objects.Block());
+}
+
+TEST(CoreObjectsWinTest, TheEventsAreSharedByName)
+{
+    Objects first;
+    ASSERT_EQ(1, first.objects.InitSharedMemory());
+    Objects second;
+    ASSERT_EQ(1, second.objects.InitSharedMemory());
+
+    first.objects.SetEvent(CoreEvent::RequestB);
+
+    EXPECT_TRUE(second.objects.Wait(CoreEvent::RequestB, 0));
+    second.objects.ResetEvent(CoreEvent::RequestB);
+}
+
+TEST(CoreObjectsWinTest, ClosingNullsEveryHandle)
+{
+    Objects first;
+    ASSERT_EQ(1, first.objects.InitSharedMemory());
+
+    first.objects.CloseSharedMemory();
+
+    EXPECT_EQ(nullptr, first.objects.Block());
+    for (const CoreEventName& named : kCoreEvents)
+        EXPECT_FALSE(first.objects.HasEvent(named.event));
+}
+
+TEST(CoreObjectsWinTest, WithNoCoreProcessARequestFailsAtOnceAndTouchesNoEvent)
+{
+    Objects host;
+    ASSERT_EQ(1, host.objects.InitSharedMemory());
+    ASSERT_EQ(0u, host.processes.FindProcessByName(kCoreProcessName)) << "a core process runs in this prefix";
+    const DWORD start = ::GetTickCount();
+
+    EXPECT_EQ(0, host.link.SignalEvent(1, 1));
+
+    EXPECT_LT(::GetTickCount() - start, 1000u);
+    EXPECT_EQ(WAIT_OBJECT_0, ::WaitForSingleObject(host.objects.EventHandle(CoreEvent::Complete), 0));
+    EXPECT_EQ(WAIT_TIMEOUT, ::WaitForSingleObject(host.objects.EventHandle(CoreEvent::RequestA), 0));
+}
+
+TEST(CoreObjectsWinTest, WithNoCoreWindowTheValidationFailsAtOnce)
+{
+    Objects host;
+    ASSERT_EQ(1, host.objects.InitSharedMemory());
+
+    EXPECT_EQ(0, host.link.ValidateUser());
+}
