@@ -28,7 +28,8 @@ test-wine:
 	scripts/with-wine-prefix ctest --preset mingw-release
 
 demo: bootstrap build-mingw
-	@python3 scripts/demo.py --exe build/mingw-release/bin/LVBHOHost.exe
+	@python3 scripts/demo.py --exe build/mingw-release/bin/LVBHOHost.exe \
+		--sim build/mingw-release/bin/SimLvEngine.exe
 
 bench: bootstrap build-mingw
 	@python3 bench/run_bench.py --build build/mingw-release

@@ -1,11 +1,13 @@
 #!/usr/bin/env python3
 """A short scripted session with LVBHOHost.exe under Wine, as a browser would hold it.
 
-Creates a scratch Wine prefix with a simulated installation of the product, installs the host into it, and
-prints every frame in both directions; then shows the host's decoded debug log. The prefix is removed at the end.
+Creates a scratch Wine prefix with a simulated installation of the product, installs the host into it, starts the
+stand-in core SimLvEngine.exe beside it and prints every frame in both directions; then shows what the stand-in
+core saw and the host's decoded debug log. The prefix is removed at the end.
 """
 
 import argparse
+import json
 import shutil
 import sys
 from pathlib import Path
@@ -24,8 +26,10 @@ def show(direction, body):
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--exe", required=True, help="path to LVBHOHost.exe")
+    parser.add_argument("--sim", required=True, help="path to SimLvEngine.exe, the stand-in core")
     args = parser.parse_args()
     exe = Path(args.exe).resolve()
+    sim = Path(args.sim).resolve()
 
     print("Creating a scratch Wine prefix (a few seconds)...")
     with winhost.WinePrefix(use_environment=False) as prefix:
@@ -43,14 +47,24 @@ def main():
         prefix.install_product(install_dir=INSTALL_DIR)
         prefix.reg("add", winhost.PRODUCT_KEY, "/v", "lvDebugSupport", "/t", "REG_SZ", "/d", "LVBHOHost;3", "/f")
 
-        print("\n3. A session, started as Chrome starts it (the extension's origin as the argument):")
+        print("\n3. The stand-in core SimLvEngine.exe starts: it makes the shared block, its events and mutex, and")
+        print("   its message window, and logs every request and message it sees.")
+        core = winhost.SimCore(prefix, sim)
+        print(f"  stand-in core ready: process {core.pid}, window {core.window}")
+        print("  The core still has a request open from an earlier session (flags bit 5), which the host cancels")
+        print("  as it starts.")
+        core.command("block flags 32")
+
+        print("\n4. A session, started as Chrome starts it (the extension's origin as the argument):")
         session = winhost.HostSession(prefix, host, args=["chrome-extension://abcdefghijklmnopabcdefghijklmnop/"])
         requests = [
+            b'{"command":"Identify","id":1,"name":"chrome","purpose":"Install"}',
+            b'{"command":"GetLang","id":2}',
             b"{",
-            b'{"command":"GetLang","id":1}',
-            b'{"command":"Identify2","id":2}',
+            b'{"command":"Identify2","id":3}',
             b'{"command":"GetLang"}',
-            b'{"command":"GetLang","id":"three"}',
+            b'{"command":"GetLang","id":"four"}',
+            b'{"command":"CancelOperation","id":5}',
         ]
         for request in requests:
             show("browser -> host", request)
@@ -60,8 +74,14 @@ def main():
         code = session.close()
         print(f"  host exited with code {code}")
 
+        core.command("dump")  # the core has served everything it was sent once it answers this
+        core.stop()
+        print("\n5. What the stand-in core saw (its log, one JSON object per line):")
+        for entry in core.log():
+            print("  " + json.dumps(entry, separators=(",", ":")))
+
         log = prefix.drive_c / "TEMP" / "LVBHOHost.txt"
-        print(f"\n4. The debug log, C:\\TEMP\\LVBHOHost.txt ({log.stat().st_size} bytes, scrambled on disk), decoded:")
+        print(f"\n6. The debug log, C:\\TEMP\\LVBHOHost.txt ({log.stat().st_size} bytes, scrambled on disk), decoded:")
         text = winhost.decode_log(log.read_bytes()).decode("latin-1")
         for line in text.split("\r\n"):
             if line:

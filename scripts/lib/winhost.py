@@ -3,7 +3,9 @@
 Shared by the black-box tests, the demo and the benchmark. Frames are a 4-byte little-endian length and the body.
 """
 
+import json
 import os
+import select
 import shutil
 import struct
 import subprocess
@@ -186,7 +188,8 @@ class HostSession:
         run_env.update(env or {})
         pin = (lambda: os.sched_setaffinity(0, cpus)) if cpus else None
         self.process = subprocess.Popen(["wine", str(exe), *args], env=run_env, stdin=subprocess.PIPE,
-                                        stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, preexec_fn=pin)
+                                        stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, preexec_fn=pin,
+                                        bufsize=0)
 
     def send(self, body):
         self.process.stdin.write(frame(body))
@@ -227,7 +230,94 @@ class HostSession:
             self.process.stdin.close()
         except BrokenPipeError:
             pass
-        return self.process.wait(timeout=timeout)
+        code = self.process.wait(timeout=timeout)
+        self.process.stdout.close()
+        return code
+
+
+class SimCore:
+    """The stand-in core SimLvEngine.exe under Wine, driven by its line commands.
+
+    Each command is answered by one line beginning with "ok" or "error". The core's log (one JSON object per
+    line) is kept in a file that `log()` reads back.
+    """
+
+    def __init__(self, prefix, exe, args=(), log_name="simcore-log.jsonl", timeout=30):
+        self.log_path = prefix.drive_c / log_name
+        if self.log_path.exists():
+            self.log_path.unlink()
+        self.process = subprocess.Popen(["wine", str(exe), "--log", "C:\\" + log_name, *args], env=prefix.env,
+                                        stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
+                                        bufsize=0)
+        ready = self._line(timeout)
+        if not ready.startswith("ready "):
+            self.stop()
+            raise RuntimeError(f"the stand-in core did not start: {ready!r}")
+        _, pid, window = ready.split()[:3]
+        self.pid = int(pid)
+        self.window = int(window)
+
+    def _line(self, timeout):
+        ready, _, _ = select.select([self.process.stdout], [], [], timeout)
+        if not ready:
+            raise TimeoutError("the stand-in core did not answer")
+        return self.process.stdout.readline().decode("utf-8", "replace").strip()
+
+    def command(self, line, timeout=30):
+        self.process.stdin.write((line + "\n").encode())
+        self.process.stdin.flush()
+        return self._line(timeout)
+
+    def log(self):
+        """The log's entries so far."""
+        if not self.log_path.exists():
+            return []
+        return [json.loads(line) for line in self.log_path.read_text(errors="replace").splitlines() if line]
+
+    def requests(self):
+        return [entry for entry in self.log() if entry.get("event") == "request"]
+
+    def stop(self, timeout=30):
+        if self.process.poll() is None:
+            try:
+                self.process.stdin.write(b"quit\n")
+                self.process.stdin.close()
+            except (BrokenPipeError, OSError):
+                pass
+            try:
+                self.process.wait(timeout=timeout)
+            except subprocess.TimeoutExpired:
+                self.process.kill()
+                self.process.wait()
+        self.process.stdout.close()
+        return self.process.returncode
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *exc):
+        self.stop()
+
+
+def receive_frame(process, timeout=30):
+    """Reads one frame from a running host's output, or raises TimeoutError."""
+    def read(count):
+        data = b""
+        while len(data) < count:
+            ready, _, _ = select.select([process.stdout], [], [], timeout)
+            if not ready:
+                raise TimeoutError("no frame from the host")
+            chunk = os.read(process.stdout.fileno(), count - len(data))
+            if not chunk:
+                return None
+            data += chunk
+        return data
+
+    header = read(4)
+    if header is None:
+        return None
+    (length,) = struct.unpack("<I", header)
+    return read(length)
 
 
 def decode_log(data):

@@ -8,6 +8,7 @@ import argparse
 import json
 import os
 import struct
+import subprocess
 import sys
 import unittest
 from pathlib import Path
@@ -17,6 +18,7 @@ import winhost  # noqa: E402
 from winhost import frame  # noqa: E402
 
 EXE = None
+SIM = None
 PREFIX = None
 
 INVALID_JSON = b'{"CommandError":1,"CommandErrorMsg":"Invalid Json"}'
@@ -312,12 +314,137 @@ class DebugLogTest(unittest.TestCase):
         self.assertIn(b"WriteResponse exit", result.stderr)
 
 
+class CoreTest(unittest.TestCase):
+    """The host beside the stand-in core: the shared block, its events and the core's window are real."""
+
+    @classmethod
+    def setUpClass(cls):
+        PREFIX.install_product()
+
+    def setUp(self):
+        self.core = winhost.SimCore(PREFIX, SIM)
+        self.addCleanup(self.core.stop)
+
+    def host(self):
+        process = subprocess.Popen(["wine", str(EXE)], env=PREFIX.env, stdin=subprocess.PIPE,
+                                   stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, bufsize=0)
+        self.addCleanup(process.stdout.close)
+        self.addCleanup(lambda: process.poll() is None and process.kill())
+        return process
+
+    def ask(self, process, request):
+        process.stdin.write(frame(json.dumps(request, separators=(",", ":"))))
+        process.stdin.flush()
+        return winhost.receive_frame(process, timeout=30)
+
+    def close(self, process):
+        process.stdin.close()
+        return process.wait(timeout=30)
+
+    def test_identify_for_chrome_answers_the_product_information(self):
+        host = self.host()
+
+        answer = self.ask(host, {"command": "Identify", "id": 1, "name": "chrome", "purpose": "Check"})
+
+        self.assertEqual(b'{"CommandError":0,"CommandErrorMsg":"success","MultiVltSupport":1,"command":"Identify",'
+                         b'"id":1,"ismetro":0,"productverinfo":{"buildnumber":"2026.11.3","oem":55,"pmode":1,'
+                         b'"productver":"9.4.0","releasever":4,"webversion":"9.4.0.12"}}', answer)
+        self.assertEqual(0, self.close(host))
+
+    def test_identify_for_firefox_passes_through_the_ui_thread(self):
+        host = self.host()
+
+        answer = json.loads(self.ask(host, {"command": "Identify", "id": 2, "name": "firefox"}))
+        lang = json.loads(self.ask(host, {"command": "GetLang", "id": 3}))
+
+        self.assertEqual(0, answer["CommandError"])
+        self.assertEqual("English", lang["Lang"])
+        self.assertEqual(0, self.close(host))
+
+    def test_identify_for_an_installation_tells_the_core_and_records_it(self):
+        PREFIX.reg("delete", r"HKCU\Software\Kavrin\Lumivar", "/v", "ChromeBHO", "/f")
+        host = self.host()
+
+        answer = json.loads(self.ask(host, {"command": "Identify", "id": 4, "name": "chrome", "purpose": "Install"}))
+        self.assertEqual(0, self.close(host))
+
+        self.assertEqual(0, answer["CommandError"])
+        self.assertEqual(0, PREFIX.reg("query", r"HKCU\Software\Kavrin\Lumivar", "/v", "ChromeBHO"))
+        self.assertEqual("ok", self.core.command("dump")[:2])  # the core has served its queue by now
+        names = [entry.get("name") for entry in self.core.log() if entry.get("event") == "message"]
+        self.assertIn("ExtensionInstalled", names)
+
+    def test_cancel_operation_with_the_core_idle_fails_and_sends_nothing(self):
+        host = self.host()
+
+        answer = self.ask(host, {"command": "CancelOperation", "id": 5})
+        self.assertEqual(0, self.close(host))
+
+        self.assertEqual(b'{"CommandError":3,"CommandErrorMsg":"fail","command":"CancelOperation","id":5}', answer)
+        self.assertEqual([], [r for r in self.core.requests() if r.get("code") == 6])
+
+    def test_a_request_left_open_is_cancelled_when_the_host_starts_and_ends(self):
+        self.assertEqual("ok", self.core.command("block flags 32"))
+        host = self.host()
+
+        self.ask(host, {"command": "GetLang", "id": 8})
+        self.assertEqual("ok", self.core.command("block flags 32"))
+        self.assertEqual(0, self.close(host))
+
+        block = json.loads(self.core.command("dump")[3:])
+        # The second cancel finds the first one's code still in the block: it only waits for the core to finish
+        # and leaves the block idle, ringing no event.
+        cancels = [r for r in self.core.requests() if r.get("code") == 6]
+        self.assertEqual(1, len(cancels))
+        self.assertEqual("E", cancels[0]["eventName"])
+        self.assertEqual(5, block["requestCode"])
+        self.assertEqual(0xFFFFFFFF, block["result"])
+
+    def test_cancel_operation_cancels_an_open_request(self):
+        host = self.host()
+        self.ask(host, {"command": "GetLang", "id": 9})
+        self.assertEqual("ok", self.core.command("block flags 32"))
+
+        answer = self.ask(host, {"command": "CancelOperation", "id": 10})
+        self.assertEqual(0, self.close(host))
+
+        self.assertEqual(b'{"CommandError":0,"CommandErrorMsg":"success","command":"CancelOperation","id":10}',
+                         answer)
+        self.assertEqual([6], [r["code"] for r in self.core.requests()])
+
+    def test_a_host_leaves_the_block_of_a_running_core_as_it_stands(self):
+        before = self.core.command("dump")
+        host = self.host()
+
+        self.ask(host, {"command": "GetLang", "id": 6})
+        self.assertEqual(0, self.close(host))
+
+        self.assertEqual(before, self.core.command("dump"))
+
+    def test_the_core_link_is_traced_at_level_fifty_two(self):
+        PREFIX.reg_import(f"[{winhost.PRODUCT_KEY}]\n" '"lvDebugSupport"="LVBHOHost;52"\n')
+        self.addCleanup(PREFIX.reg, "delete", winhost.PRODUCT_KEY, "/v", "lvDebugSupport", "/f")
+        log_file = PREFIX.drive_c / LOG_FILE
+        if log_file.exists():
+            log_file.unlink()
+        host = self.host()
+
+        self.ask(host, {"command": "GetLang", "id": 7})
+        self.assertEqual(0, self.close(host))
+
+        text = winhost.decode_log(log_file.read_bytes())
+        self.assertIn(b"InitSharedMemory", text)
+        self.assertIn(b"CMutexLock:: Lock Enter", text)
+
+
 def main():
-    global EXE, PREFIX
+    global EXE, SIM, PREFIX
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--exe", required=True, help="path to LVBHOHost.exe")
+    parser.add_argument("--sim", required=True, help="path to SimLvEngine.exe, the stand-in core")
     args, rest = parser.parse_known_args()
     EXE = Path(args.exe).resolve()
+    SIM = Path(args.sim).resolve()
     with winhost.WinePrefix() as prefix:
         PREFIX = prefix
         program = unittest.main(argv=[sys.argv[0], *rest], exit=False, verbosity=2)
