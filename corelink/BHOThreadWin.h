@@ -27,16 +27,18 @@ public:
     // Set once InitInstance has run; null before.
     CLVBHOCommandHandler* Handler() const noexcept { return m_pHandler.get(); }
 
+    // Keys that an input method editor has taken reach the windows as their real virtual keys.
+    bool PreTranslateMessage(MSG& message) override;
+    // UI thread only: makes a new window for the handler in place of the current one and sets the event in
+    // `lParam`, always, even without a handler, since the main thread waits for it without a time-out.
+    void OnCreatePromptWnd(WPARAM wParam, LPARAM lParam);
+
 protected:
     bool InitInstance() override;
     int ExitInstance() override;
-    bool PreTranslateMessage(MSG& message) override;
     bool OnThreadMessage(const MSG& message) override;
 
 private:
-    // Makes a new window for the handler in place of the current one and sets the event in `lParam`, always.
-    void OnCreatePromptWnd(WPARAM wParam, LPARAM lParam);
-
     CCoreLink& m_link;
     IRegistry& m_registry;
     const CDebugLog& m_log;

@@ -205,9 +205,15 @@ class InstalledTest(unittest.TestCase):
         self.assertEqual(frame(INVALID_JSON) + frame(lang_answer(8)), result.stdout)
 
     def test_user_interface_language_is_answered(self):
-        result = run(frame(get_lang(1)), env={"LC_ALL": "de_DE.UTF-8"})
+        # Under Wine only LC_ALL steers the user interface language.
+        for locale, name in (("de_DE.UTF-8", "German"), ("ja_JP.UTF-8", "Japanese"), ("zh_TW.UTF-8", "TChinese"),
+                             ("zh_CN.UTF-8", "SChinese"), ("zh_MO.UTF-8", "SChinese"), ("pt_BR.UTF-8", "Brazilian"),
+                             ("pt_PT.UTF-8", "Portuguese"), ("sr_RS@latin", "Serbian"), ("ru_RU.UTF-8", "Russian"),
+                             ("nb_NO.UTF-8", "Norwegian"), ("en_US.UTF-8", "English")):
+            with self.subTest(locale=locale):
+                result = run(frame(get_lang(1)), env={"LC_ALL": locale})
 
-        self.assertEqual(frame(lang_answer(1, "German")), result.stdout)
+                self.assertEqual(frame(lang_answer(1, name)), result.stdout)
 
     def test_registration_switches_stay_out_of_the_message_loop(self):
         for args in (["-RegisterNativeApp"], ["/unregisterffbho"], ["-RegisterChromeGPO", "-RegisterFFBHO"],

@@ -10,6 +10,8 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <imm.h>
+
 #include <cstring>
 #include <mutex>
 
@@ -240,4 +242,54 @@ TEST(BHOThreadWinTest, AWakeUpWithoutAFillScriptSendsNothing)
 
     ::Sleep(100);
     EXPECT_EQ("", ui.output.Bytes());
+}
+
+TEST(BHOThreadWinTest, ThePromptWindowRequestWithoutAHandlerStillSetsTheEvent)
+{
+    CMemoryRegistry registry;
+    CFakeLogSink logSink;
+    CDebugLog log(logSink);
+    CProcessQueryWin processes;
+    CCoreObjectsWin objects(processes, log);
+    CCoreLink link(objects, log);
+    CBHOThread notStarted(link, registry, log);
+    CHandle event(::CreateEventA(nullptr, FALSE, FALSE, nullptr));
+
+    notStarted.OnCreatePromptWnd(0, reinterpret_cast<LPARAM>(event.Get()));
+
+    EXPECT_EQ(WAIT_OBJECT_0, ::WaitForSingleObject(event.Get(), 0));
+}
+
+TEST(BHOThreadWinTest, AKeyTakenByTheInputMethodIsSeenAsItsVirtualKey)
+{
+    UiThread ui;
+    ASSERT_TRUE(ui.started);
+    MSG message{};
+    message.hwnd = ui.Window();
+    message.message = WM_KEYDOWN;
+    message.wParam = VK_PROCESSKEY;
+    MSG otherKey = message;
+    otherKey.wParam = 'A';
+
+    EXPECT_FALSE(ui.thread.PreTranslateMessage(message));
+    EXPECT_FALSE(ui.thread.PreTranslateMessage(otherKey));
+
+    EXPECT_EQ(static_cast<WPARAM>(::ImmGetVirtualKey(ui.Window())), message.wParam);
+    EXPECT_EQ(static_cast<WPARAM>('A'), otherKey.wParam);
+}
+
+TEST(BHOThreadWinTest, TwoHostsInOneSessionHaveWindowsOfTheSameClass)
+{
+    UiThread first;
+    UiThread second;
+    ASSERT_TRUE(first.started);
+    ASSERT_TRUE(second.started);
+
+    char firstClass[128] = {};
+    char secondClass[128] = {};
+    ::GetClassNameA(first.Window(), firstClass, sizeof firstClass);
+    ::GetClassNameA(second.Window(), secondClass, sizeof secondClass);
+
+    EXPECT_NE(first.Window(), second.Window());
+    EXPECT_STREQ(firstClass, secondClass);
 }
