@@ -7,6 +7,13 @@
 #include <cstdlib>
 #include <cstring>
 
+CBHOWnd::~CBHOWnd()
+{
+    Destroy();
+    for (BHOCopyData* record : m_pendingCopies)
+        std::free(record);
+}
+
 bool CBHOWnd::Create(CLVBHOCommandHandler* handler)
 {
     m_pHandler = handler;
@@ -18,7 +25,7 @@ bool CBHOWnd::Create(CLVBHOCommandHandler* handler)
     return true;
 }
 
-bool CBHOWnd::OnMessage(UINT message, WPARAM wParam, LPARAM lParam, LRESULT& result)
+bool CBHOWnd::OnMessage(UINT message, WPARAM, LPARAM lParam, LRESULT& result)
 {
     if (!m_pHandler)
         return false;
@@ -35,8 +42,12 @@ bool CBHOWnd::OnMessage(UINT message, WPARAM wParam, LPARAM lParam, LRESULT& res
         }
         if (copyData && copyData->lpData)
             std::memcpy(record, copyData->lpData, std::min<std::size_t>(copyData->cbData, sizeof(BHOCopyData)));
+        m_pendingCopies.insert(record);
         if (!::PostMessageA(Handle(), messages.copyData, 0, reinterpret_cast<LPARAM>(record)))
+        {
+            m_pendingCopies.erase(record);
             std::free(record);
+        }
         result = 1;
     }
     else if (message == messages.coreWakeUp)
@@ -45,7 +56,11 @@ bool CBHOWnd::OnMessage(UINT message, WPARAM wParam, LPARAM lParam, LRESULT& res
         result = 1;
     }
     else if (message == messages.copyData)
-        result = OnCopyData(wParam, reinterpret_cast<BHOCopyData*>(lParam));
+    {
+        // Anyone may post this message; only a copy this window made is read, and freed.
+        auto* record = reinterpret_cast<BHOCopyData*>(lParam);
+        result = m_pendingCopies.erase(record) != 0 ? OnCopyData(0, record) : 1;
+    }
     else if (message == messages.autoFill)
         result = OnAutoFill();
     else
@@ -73,7 +88,9 @@ LRESULT CBHOWnd::OnAutoFill()
 {
     if (!m_pHandler)
         return 0;
-    if (BuildFormFill(*m_pJson, m_pHandler->ScriptTables(), m_pHandler->CoreLink()))
+    // Tables of its own: the handler's belong to the main thread's commands.
+    LoginScriptTables tables;
+    if (BuildFormFill(*m_pJson, tables, m_pHandler->CoreLink()))
     {
         std::string text;
         m_writer.WriteResponse(m_pJson->ToString(text));

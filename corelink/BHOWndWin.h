@@ -11,11 +11,15 @@
 
 #include <cstdint>
 #include <memory>
+#include <set>
 
 class CBHOWnd : public CMsgWindow
 {
 public:
     explicit CBHOWnd(CResponseWriter& writer) : m_writer(writer), m_pJson(std::make_shared<JsonCPPWrapper>()) {}
+    // Destroys the window while this object can still see its last messages, and frees the copies of records
+    // whose re-posted message will now never be served.
+    ~CBHOWnd() override;
 
     // Creates the window, titled with the handler's browser name, and lets the core's two messages through the
     // message filter, since the core may run at another integrity level. False when the window cannot be made.
@@ -35,4 +39,6 @@ private:
     CResponseWriter& m_writer;
     CLVBHOCommandHandler* m_pHandler = nullptr;
     std::shared_ptr<JsonCPPWrapper> m_pJson;
+    // Copies posted to this window and not yet served.
+    std::set<BHOCopyData*> m_pendingCopies;
 };

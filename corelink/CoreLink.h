@@ -9,8 +9,9 @@
 
 #include <cstdint>
 
-// The completion wait has no time-out: a core that is alive always answers, and one that died is noticed by the
-// process scan before the next request.
+// The completion wait has no time-out, deliberately: a core that dies in the middle of a request leaves the
+// waiting thread waiting (it keeps serving its messages). A core that is not running is noticed by the process
+// scan before any wait begins.
 inline constexpr std::uint32_t kInfiniteWait = 0xFFFFFFFF;
 // How long the core may take to acknowledge a validation request.
 inline constexpr std::uint32_t kValidationAckTimeoutMs = 3000;
@@ -30,8 +31,7 @@ public:
     void ResetSharedData() override;
     [[nodiscard]] std::int32_t ValidateUser() override;
 
-    // Tells the core that the browser extension has been installed.
-    void PostExtensionInstalled();
+    void PostExtensionInstalled() override;
 
     // Whether the core or its guard runs; locks and waits are skipped otherwise.
     bool IsCoreRunning();

@@ -6,10 +6,7 @@
 CHandlerPlatformWin::CHandlerPlatformWin(DWORD uiThreadId, CResponseWriter& writer, const CDebugLog& log)
     : m_uiThreadId(uiThreadId), m_writer(writer), m_log(log)
 {
-    SECURITY_ATTRIBUTES attributes{};
-    SECURITY_DESCRIPTOR descriptor{};
-    const bool secured = InitNullDaclAttributes(attributes, descriptor) != 0;
-    m_waitEvent.Attach(::CreateEventA(secured ? &attributes : nullptr, FALSE, FALSE, nullptr));
+    m_waitEvent.Attach(::CreateEventA(ProcessSecurityAttributes(), FALSE, FALSE, nullptr));
 }
 
 CHandlerPlatformWin::~CHandlerPlatformWin()
@@ -74,10 +71,7 @@ void CHandlerPlatformWin::DestroyWindow() noexcept
 
 void PostToUiThreadAndWait(DWORD threadId, UINT message, WPARAM wParam)
 {
-    SECURITY_ATTRIBUTES attributes{};
-    SECURITY_DESCRIPTOR descriptor{};
-    const bool secured = InitNullDaclAttributes(attributes, descriptor) != 0;
-    CHandle done(::CreateEventA(secured ? &attributes : nullptr, FALSE, FALSE, nullptr));
+    CHandle done(::CreateEventA(ProcessSecurityAttributes(), FALSE, FALSE, nullptr));
     if (!done.IsValid())
         return;
     HWND foreground = ::GetForegroundWindow();

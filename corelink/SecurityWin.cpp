@@ -15,6 +15,18 @@ int InitNullDaclAttributes(SECURITY_ATTRIBUTES& attributes, SECURITY_DESCRIPTOR&
     return 1;
 }
 
+SECURITY_ATTRIBUTES* ProcessSecurityAttributes()
+{
+    struct Attributes
+    {
+        SECURITY_ATTRIBUTES attributes{};
+        SECURITY_DESCRIPTOR descriptor{};
+        bool built = InitNullDaclAttributes(attributes, descriptor) != 0;
+    };
+    static Attributes process;
+    return process.built ? &process.attributes : nullptr;
+}
+
 int SetLowIntegrityLabel(HANDLE handle, SE_OBJECT_TYPE type)
 {
     PSECURITY_DESCRIPTOR descriptor = nullptr;

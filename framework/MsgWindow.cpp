@@ -2,7 +2,14 @@
 
 CMsgWindow::~CMsgWindow()
 {
-    Destroy();
+    // The derived object is gone by now: the last messages of the window go to the default procedure. Derived
+    // classes that want to see them destroy the window in their own destructor.
+    if (m_hwnd)
+    {
+        ::SetWindowLongPtrA(m_hwnd, GWLP_USERDATA, 0);
+        ::DestroyWindow(m_hwnd);
+        m_hwnd = nullptr;
+    }
 }
 
 bool CMsgWindow::CreateHidden(const char* className, const char* title)
@@ -23,9 +30,9 @@ bool CMsgWindow::CreateHidden(const char* className, const char* title)
 
 void CMsgWindow::Destroy() noexcept
 {
+    // WM_NCDESTROY forgets the handle; a failed call (from another thread) leaves the window and its object paired.
     if (m_hwnd)
         ::DestroyWindow(m_hwnd);
-    m_hwnd = nullptr;
 }
 
 bool CMsgWindow::SafeOnMessage(UINT message, WPARAM wParam, LPARAM lParam, LRESULT& result) noexcept

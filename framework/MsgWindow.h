@@ -17,6 +17,7 @@ public:
     // A top-level window of style 0 when the desktop allows one; otherwise, as on a display-less desktop, a
     // message-only window, which receives the same posted and sent messages. False when neither can be made.
     [[nodiscard]] bool CreateHidden(const char* className, const char* title);
+    // Owner's thread only.
     void Destroy() noexcept;
 
     HWND Handle() const noexcept { return m_hwnd; }

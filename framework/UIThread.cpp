@@ -51,7 +51,14 @@ int CUIThread::Run() noexcept
     }
     catch (...)
     {
-        // A thread procedure must not let an exception escape.
-        return 1;
+        // A thread procedure must not let an exception escape; what InitInstance made is still undone.
     }
+    try
+    {
+        ExitInstance();
+    }
+    catch (...)
+    {
+    }
+    return 1;
 }

@@ -57,3 +57,12 @@ struct HandleTraits
     static void Close(Type h) { ::CloseHandle(h); }
 };
 using CHandle = CUnique<HandleTraits>;
+
+struct MappedViewTraits
+{
+    using Type = void*;
+    static Type None() { return nullptr; }
+    static bool IsValid(Type view) { return view != nullptr; }
+    static void Close(Type view) { ::UnmapViewOfFile(view); }
+};
+using CMappedView = CUnique<MappedViewTraits>;

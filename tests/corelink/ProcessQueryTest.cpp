@@ -112,12 +112,14 @@ TEST(UpdateGuardTest, TheInstallFolderMatchesOnAnotherVolumeAndInAnyCase)
     EXPECT_EQ(1, run.Check());
 }
 
-TEST(UpdateGuardTest, AnUpdaterInAnotherSessionIsIgnored)
+TEST(UpdateGuardTest, TheUpdaterIsLookedForInTheHostsOwnSessionOnly)
 {
     Update run;
-    run.processes.m_wmiSession = 2;
+    run.processes.m_wmiSession = 2; // the updater runs in another user's session
 
     EXPECT_EQ(0, run.Check());
+    ASSERT_EQ(1u, run.processes.m_wmiQueries.size());
+    EXPECT_NE(std::string::npos, run.processes.m_wmiQueries[0].find(" and SessionId=1"));
 }
 
 TEST(UpdateGuardTest, NoUpdaterMeansNoUpdate)

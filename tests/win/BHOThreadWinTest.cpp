@@ -2,6 +2,7 @@
 
 #include "autofill/LoginScript.h"
 #include "config/MemoryRegistry.h"
+#include "corelink/CoreLink.h"
 #include "corelink/CoreObjectsWin.h"
 #include "corelink/ProcessQueryWin.h"
 #include "corelink/RegisteredMessagesWin.h"
@@ -117,6 +118,18 @@ TEST(BHOThreadWinTest, ThePromptWindowRequestReplacesTheWindowAndSetsTheEvent)
     EXPECT_NE(nullptr, after);
     EXPECT_NE(before, after);
     EXPECT_FALSE(::IsWindow(before));
+    EXPECT_TRUE(ui.thread.Handler()->Platform().HasPromptWindow());
+}
+
+TEST(BHOThreadWinTest, HidePromptAnswersSuccessOnceThereIsAPromptWindow)
+{
+    UiThread ui;
+    ASSERT_TRUE(ui.started);
+    EXPECT_EQ(3u, ui.thread.Handler()->HidePrompt());
+
+    ui.thread.Handler()->StartNonChromeBrowser();
+
+    EXPECT_EQ(0u, ui.thread.Handler()->HidePrompt());
 }
 
 TEST(BHOThreadWinTest, TheBrowserNameIsTheTitleOfTheNextWindow)
@@ -292,4 +305,52 @@ TEST(BHOThreadWinTest, TwoHostsInOneSessionHaveWindowsOfTheSameClass)
 
     EXPECT_NE(first.Window(), second.Window());
     EXPECT_STREQ(firstClass, secondClass);
+}
+
+namespace
+{
+void PumpFor(DWORD milliseconds)
+{
+    const DWORD start = ::GetTickCount();
+    while (::GetTickCount() - start < milliseconds)
+    {
+        MSG message;
+        while (::PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE))
+            ::DispatchMessageA(&message);
+        ::Sleep(5);
+    }
+}
+} // namespace
+
+TEST(BHOThreadWinTest, AFillOrderBeforeTheWindowHasAHandlerDoesNothing)
+{
+    CFakeLogSink logSink;
+    CDebugLog log(logSink);
+    CLockedSink output;
+    CResponseWriter writer(output, log);
+    CBHOWnd window(writer);
+    ASSERT_TRUE(window.Create(nullptr));
+
+    ::PostMessageA(window.Handle(), Messages().autoFill, 0, 0);
+    ::PostMessageA(window.Handle(), Messages().coreWakeUp, 0, 0);
+    PumpFor(100);
+
+    EXPECT_EQ("", output.Bytes());
+}
+
+TEST(BHOThreadWinTest, APostedRecordThatTheWindowDidNotCopyIsIgnored)
+{
+    UiThread ui;
+    ASSERT_TRUE(ui.started);
+    BHOCopyData foreign;
+    std::memset(&foreign, 0, sizeof foreign);
+    std::strcpy(foreign.message, "forged");
+
+    ::PostMessageA(ui.Window(), Messages().copyData, 0, reinterpret_cast<LPARAM>(&foreign));
+    ::PostMessageA(ui.Window(), Messages().copyData, 0, 0x12345678);
+    ::SendMessageA(ui.Window(), WM_NULL, 0, 0);
+    ::Sleep(50);
+
+    EXPECT_EQ("", ui.output.Bytes());
+    EXPECT_TRUE(::IsWindow(ui.Window()));
 }

@@ -2,6 +2,8 @@
 
 #include "corelink/CoreLink.h"
 #include "corelink/ProcessQueryWin.h"
+#include "config/MemoryRegistry.h"
+#include "host/MessagingPlatformWin.h"
 #include "tests/fakes/FakeLogSink.h"
 
 #include <gtest/gtest.h>
@@ -94,4 +96,26 @@ TEST(CoreObjectsWinTest, WithNoCoreWindowTheValidationFailsAtOnce)
     ASSERT_EQ(1, host.objects.InitSharedMemory());
 
     EXPECT_EQ(0, host.link.ValidateUser());
+}
+
+TEST(CoreObjectsWinTest, OnlyTheHostThatMadeTheBlockInitialisesIt)
+{
+    CMemoryRegistry registry;
+    CFakeLogSink sink;
+    CDebugLog log(sink);
+    CMessagingPlatformWin first(registry, log);
+    ASSERT_TRUE(first.InitSharedMemory());
+    Objects reader;
+    ASSERT_EQ(1, reader.objects.InitSharedMemory());
+    ASSERT_EQ(1u, reader.objects.Block()->requestCode); // initialised by the first host
+    std::strcpy(reader.objects.Block()->requestKey, "LEFT.BY::core");
+    reader.objects.Block()->requestCode = 8;
+    CMessagingPlatformWin second(registry, log);
+
+    ASSERT_TRUE(second.InitSharedMemory());
+
+    EXPECT_STREQ("LEFT.BY::core", reader.objects.Block()->requestKey);
+    EXPECT_EQ(8u, reader.objects.Block()->requestCode);
+    second.CloseSharedMemory();
+    first.CloseSharedMemory();
 }

@@ -26,15 +26,6 @@ namespace
 constexpr DWORD kReplyTimeoutMs = 10000;
 constexpr DWORD kCompleteTimeoutMs = 5000;
 
-struct ViewTraits
-{
-    using Type = void*;
-    static Type None() { return nullptr; }
-    static bool IsValid(Type view) { return view != nullptr; }
-    static void Close(Type view) { ::UnmapViewOfFile(view); }
-};
-using CView = CUnique<ViewTraits>;
-
 bool FileExists(const std::string& path)
 {
     return ::GetFileAttributesA(path.c_str()) != INVALID_FILE_ATTRIBUTES;
@@ -410,7 +401,7 @@ public:
 
 private:
     CHandle m_mapping;
-    CView m_view;
+    CMappedView m_view;
     CHandle m_events[kCoreEventCount];
     CHandle m_mutex;
 };

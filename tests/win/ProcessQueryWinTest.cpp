@@ -105,3 +105,58 @@ TEST(ProcessQueryWinTest, TheRealUpdateCheckLetsTheHostRunWithoutAnUpdater)
 
     EXPECT_EQ(0, IsUpdateRunning(registry, processes));
 }
+
+TEST(ProcessQueryWinTest, AnUpdaterOfThisInstallationIsFoundOrTheFailedQueryCountsAsNoUpdate)
+{
+    // A stand-in updater: any program under the updater's name, in the install folder, started without the
+    // switches of a mere check.
+    ComScope com;
+    ASSERT_TRUE(com.ok);
+    char temp[MAX_PATH] = {};
+    ::GetTempPathA(MAX_PATH, temp);
+    const std::string folder = std::string(temp) + "LvbhoUpdateGuardTest\\";
+    ::CreateDirectoryA(folder.c_str(), nullptr);
+    const std::string updater = folder + "wyUpdate.exe";
+    std::string source = LVBHO_CORESIM_EXE;
+    if (!source.empty() && source[0] == '/')
+        source = "Z:" + source;
+    for (char& c : source)
+        c = c == '/' ? '\\' : c;
+    ASSERT_TRUE(::CopyFileA(source.c_str(), updater.c_str(), FALSE)) << source;
+    SECURITY_ATTRIBUTES inherit{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
+    HANDLE stdinRead = nullptr;
+    HANDLE stdinWrite = nullptr;
+    ASSERT_TRUE(::CreatePipe(&stdinRead, &stdinWrite, &inherit, 0));
+    ::SetHandleInformation(stdinWrite, HANDLE_FLAG_INHERIT, 0);
+    STARTUPINFOA startup{};
+    startup.cb = sizeof startup;
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdInput = stdinRead;
+    startup.hStdOutput = ::GetStdHandle(STD_ERROR_HANDLE); // its "ready" line stays out of the test's output
+    startup.hStdError = ::GetStdHandle(STD_ERROR_HANDLE);
+    PROCESS_INFORMATION process{};
+    std::string commandLine = "\"" + updater + "\"";
+    ASSERT_TRUE(::CreateProcessA(updater.c_str(), &commandLine[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr,
+                                 &startup, &process));
+    ::CloseHandle(stdinRead);
+    ::Sleep(300);
+    CMemoryRegistry registry;
+    registry.SetString("HKLM\\SOFTWARE\\Kavrin\\Lumivar", "InstallDir", folder);
+    CProcessQueryWin processes;
+    const std::uint32_t byName = processes.FindProcessByName("wyupdate.exe");
+    std::string commandLineSeen;
+    const std::uint32_t byWmi = processes.FindProcessByWmi("wyupdate.exe", &commandLineSeen, kOwnSession);
+
+    const int updating = IsUpdateRunning(registry, processes);
+
+    ::CloseHandle(stdinWrite); // end of input ends the stand-in
+    ::WaitForSingleObject(process.hProcess, 10000);
+    ::CloseHandle(process.hThread);
+    ::CloseHandle(process.hProcess);
+    ::DeleteFileA(updater.c_str());
+    ::RemoveDirectoryA(folder.c_str());
+    EXPECT_EQ(process.dwProcessId, byName);
+    // Where WMI finds the updater in this session, its command line lacks the check switches: an update is running.
+    // Where the session query fails, as under Wine, that failure must count as no update.
+    EXPECT_EQ(byWmi != 0 ? 1 : 0, updating);
+}

@@ -1,5 +1,6 @@
 #include "corelink/MessagePumpWin.h"
 
+#include "config/MemoryRegistry.h"
 #include "framework/MsgWindow.h"
 #include "framework/Unique.h"
 #include "tests/fakes/FakeLogSink.h"
@@ -127,4 +128,24 @@ TEST(PumpingWaitWinTest, TheUntimedWaitReturnsWhenAnotherThreadSignals)
     EXPECT_EQ(1, WaitPumpingInfiniteWin(event.Get()));
 
     setter.join();
+}
+
+TEST(PumpingWaitWinTest, TheWaitIsTracedAtLevelFiftyTwo)
+{
+    CMemoryRegistry registry;
+    registry.SetString("HKLM\\SOFTWARE\\Kavrin\\Lumivar", "lvDebugSupport", "win_tests;52");
+    CFakeLogSink sink;
+    sink.m_exeName = "win_tests.exe";
+    CDebugLog log(sink);
+    ASSERT_EQ(1, log.Open(registry, "win_tests"));
+    CHandle event(::CreateEventA(nullptr, TRUE, FALSE, nullptr));
+
+    EXPECT_EQ(0, WaitPumpingWin(event.Get(), 50, log));
+
+    std::string all;
+    for (const std::string& line : sink.m_debugOutput)
+        all += line;
+    EXPECT_NE(std::string::npos, all.find("Entering LVBHOWaitWithMessageLoop"));
+    EXPECT_NE(std::string::npos, all.find("Something else happened so breaking from loop"));
+    EXPECT_NE(std::string::npos, all.find("Exiting LVBHOWaitWithMessageLoop"));
 }

@@ -9,15 +9,6 @@
 
 #include <string>
 
-struct MappedViewTraits
-{
-    using Type = void*;
-    static Type None() { return nullptr; }
-    static bool IsValid(Type view) { return view != nullptr; }
-    static void Close(Type view) { ::UnmapViewOfFile(view); }
-};
-using CMappedView = CUnique<MappedViewTraits>;
-
 class CSimObjects
 {
 public:
