@@ -51,6 +51,8 @@ public:
     virtual RegResult SetValue(RegHandle key, const char* name, std::uint32_t type, const std::uint8_t* data,
                                std::uint32_t size) = 0;
     virtual RegResult DeleteValue(RegHandle key, const char* name) = 0;
+    // RegQueryInfoKeyA's count of values.
+    virtual RegResult QueryValueCount(RegHandle key, std::uint32_t& count) = 0;
     // RegDeleteKeyExA with the view flags where the system has it, RegDeleteKeyA otherwise.
     virtual RegResult DeleteKey(RegHandle parent, const char* subKey, std::uint32_t viewFlags) = 0;
 

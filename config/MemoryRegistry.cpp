@@ -163,6 +163,15 @@ RegResult CMemoryRegistry::CloseKey(RegHandle key)
     return kRegOk;
 }
 
+RegResult CMemoryRegistry::QueryValueCount(RegHandle key, std::uint32_t& count)
+{
+    Node* node = NodeFor(key);
+    if (node == nullptr)
+        return kRegInvalidHandle;
+    count = static_cast<std::uint32_t>(node->values.size());
+    return kRegOk;
+}
+
 RegResult CMemoryRegistry::QueryValue(RegHandle key, const char* name, std::uint32_t* type, std::uint8_t* data,
                                       std::uint32_t* size)
 {

@@ -61,6 +61,16 @@ RegResult CRegistryWin::CloseKey(RegHandle key)
     return ::RegCloseKey(ToHkey(key));
 }
 
+RegResult CRegistryWin::QueryValueCount(RegHandle key, std::uint32_t& count)
+{
+    DWORD values = 0;
+    const LONG result = ::RegQueryInfoKeyA(ToHkey(key), nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &values,
+                                           nullptr, nullptr, nullptr, nullptr);
+    if (result == ERROR_SUCCESS)
+        count = values;
+    return result;
+}
+
 RegResult CRegistryWin::QueryValue(RegHandle key, const char* name, std::uint32_t* type, std::uint8_t* data,
                                    std::uint32_t* size)
 {

@@ -10,6 +10,7 @@ public:
     RegResult CreateKey(RegHandle parent, const char* subKey, std::uint32_t access, RegHandle& key,
                         std::uint32_t* disposition) override;
     RegResult CloseKey(RegHandle key) override;
+    RegResult QueryValueCount(RegHandle key, std::uint32_t& count) override;
     RegResult QueryValue(RegHandle key, const char* name, std::uint32_t* type, std::uint8_t* data,
                          std::uint32_t* size) override;
     RegResult SetValue(RegHandle key, const char* name, std::uint32_t type, const std::uint8_t* data,
