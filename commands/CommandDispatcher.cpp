@@ -93,20 +93,9 @@ std::uint32_t CCommandDispatcher::RunCommand(const std::string& command)
         return kStatusSuccess;
     }
     if (command == "CancelOperation")
-    {
-        m_handler.HidePrompt();
-        const std::uint32_t status = m_handler.CancelIfBusy(1);
-        if (status != kStatusPending)
-            return status;
-        m_handler.WaitForCompletion(kCompletionWaitMs);
-        return kStatusSuccess;
-    }
+        return m_handler.CancelOperation();
     if (command == "CheckSkipList")
-    {
-        // The operation writes its own members; whether the site is skipped is not the status.
-        static_cast<void>(m_handler.CheckSkipList());
-        return kStatusSuccess;
-    }
+        return m_handler.CheckSkipList(); // whether the site is skipped is a member, not the status
     if (command == "ShowPrompt")
     {
         const std::uint32_t status = m_handler.ShowPrompt();

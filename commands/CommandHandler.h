@@ -1,24 +1,40 @@
 #pragma once
 // CLVBHOCommandHandler carries out the commands. It is made on the UI thread, which owns its windows, and its
-// commands are called on the main thread, one at a time. It reaches the core through the shared block.
+// commands are called on the main thread, one at a time. It reaches the core through the shared block: it writes
+// the request, rings the core, waits (serving messages) and reads the core's answer.
 
+#include "autofill/KeystrokePlayer.h"
 #include "autofill/LoginScript.h"
 #include "commands/ICommandHandler.h"
 #include "commands/IHandlerPlatform.h"
 #include "config/DebugLog.h"
 #include "config/IRegistry.h"
-#include "corelink/CoreLink.h"
+#include "corelink/ICoreLink.h"
 #include "messaging/JsonCppWrapper.h"
 
 #include <cstdint>
 #include <string>
 #include <vector>
 
+// What the handler works with; all of it outlives the handler.
+struct HandlerServices
+{
+    IHandlerPlatform& platform;
+    ICoreLink& link;
+    IRegistry& registry;
+    IKeySender& keys;
+    const CDebugLog& log;
+    // Whether Chrome runs immersive ("ismetro"): an unenrolled user is then not asked to validate.
+    bool immersive = false;
+};
+
+inline constexpr const char* kSkipListKey = "SOFTWARE\\Kavrin\\Lumivar\\SkipListForLvBho";
+
 class CLVBHOCommandHandler : public ICommandHandler
 {
 public:
-    CLVBHOCommandHandler(IJsonMessage& request, IHandlerPlatform& platform, CCoreLink& link, IRegistry& registry,
-                         const CDebugLog& log);
+    // Loads the skip list.
+    CLVBHOCommandHandler(IJsonMessage& request, const HandlerServices& services);
 
     IJsonMessage& Request() override { return m_request; }
     IJsonMessage& Reply() override { return m_reply; }
@@ -33,7 +49,7 @@ public:
     std::uint32_t SetRememberPwdWithoutPrompt() override;
     std::uint32_t SetPluginParam() override;
     std::uint32_t CancelOperation() override;
-    bool CheckSkipList() override;
+    std::uint32_t CheckSkipList() override;
     std::uint32_t ShowPrompt() override;
     std::uint32_t SetPromptPos() override;
     std::uint32_t HidePrompt() override;
@@ -44,27 +60,44 @@ public:
     void StartNonChromeBrowser() override;
     void ExtensionInstalled() override;
 
+    // Writes the request's user, site key and the handler's window into the block, rings `code` and waits; then
+    // `answer` is the core's yes/no bit. 0, or 3 when the block is not mapped or the core did not complete.
+    std::uint32_t SendRequest(const std::string& siteKey, std::uint32_t code, int& answer, const std::string& user);
+    // Bit 3 of the block's flags while a user validation runs; off writes 0 to the whole word.
+    void SetValidating(bool on);
+    bool IsValidating();
+    // Asks the core to validate the user: 1 granted, 0 denied or no answer.
+    int ValidateUser();
+    bool IsDiscoveryOn();
+    void SetDoNotShowDiscovery();
+    void LoadSkipList();
+
     const std::string& BrowserName() const noexcept { return m_browserName; }
     int BrowserCode() const noexcept { return m_browserCode; }
+    std::uint64_t CoreContext() const noexcept { return m_coreContext; }
+    const std::vector<std::string>& SkipList() const noexcept { return m_skipList; }
     LoginScriptTables& ScriptTables() noexcept { return m_tables; }
-    CCoreLink& CoreLink() noexcept { return m_link; }
+    ICoreLink& CoreLink() noexcept { return m_link; }
     IHandlerPlatform& Platform() noexcept { return m_platform; }
 
 private:
     // Checks that every member is present; the commands answer 4 before any work otherwise.
     bool HasMembers(std::initializer_list<const char*> names);
+    std::string ReadString(const char* name, const char* fallback = "");
     std::uint32_t NotAvailable(const char* command);
 
     IJsonMessage& m_request;
     IHandlerPlatform& m_platform;
-    CCoreLink& m_link;
+    ICoreLink& m_link;
     IRegistry& m_registry;
+    IKeySender& m_keys;
     const CDebugLog& m_log;
+    bool m_immersive;
 
-    std::uint32_t m_validateCode = kRequestLookUp;
+    std::uint32_t m_validateCode;
     JsonCPPWrapper m_reply;
     std::uint64_t m_coreContext = 0;
-    std::string m_browserName;
+    std::string m_browserName = "chrome";
     int m_browserCode = 0;
     LoginScriptTables m_tables;
     std::vector<std::string> m_skipList;

@@ -27,8 +27,10 @@ public:
     virtual std::uint32_t IsPageRemembered() = 0;
     virtual std::uint32_t SetRememberPwdWithoutPrompt() = 0;
     virtual std::uint32_t SetPluginParam() = 0;
+    // Hides the prompt, then cancels an open request and waits 500 ms for it: 0, or 3 when nothing was open.
     virtual std::uint32_t CancelOperation() = 0;
-    virtual bool CheckSkipList() = 0;
+    // Writes "skipped"; 4 without "domain", 0 otherwise, whether the site is skipped or not.
+    virtual std::uint32_t CheckSkipList() = 0;
     virtual std::uint32_t ShowPrompt() = 0;
     virtual std::uint32_t SetPromptPos() = 0;
     // 0, or 3 when there is no prompt window.

@@ -3,17 +3,15 @@
 #include "commands/IHandlerPlatform.h"
 #include "corelink/MessagePumpWin.h"
 #include "corelink/SecurityWin.h"
+#include "prompt/PromptWndWin.h"
 
 #include <imm.h>
 #include <objbase.h>
 
-CBHOThread::CBHOThread(CCoreLink& link, IRegistry& registry, const CDebugLog& log)
-    : m_link(link), m_registry(registry), m_log(log)
+CBHOThread::CBHOThread(ICoreLink& link, IRegistry& registry, const CDebugLog& log, bool immersive)
+    : m_link(link), m_registry(registry), m_log(log), m_immersive(immersive)
 {
-    SECURITY_ATTRIBUTES attributes{};
-    SECURITY_DESCRIPTOR descriptor{};
-    const bool secured = InitNullDaclAttributes(attributes, descriptor) != 0;
-    m_hReadyEvent.Attach(::CreateEventA(secured ? &attributes : nullptr, TRUE, FALSE, nullptr));
+    m_hReadyEvent.Attach(::CreateEventA(ProcessSecurityAttributes(), TRUE, FALSE, nullptr));
 }
 
 CBHOThread::~CBHOThread() = default;
@@ -36,14 +34,9 @@ bool CBHOThread::Start(IJsonMessage& request, CResponseWriter& writer)
             return m_pHandler != nullptr;
         if (outcome != WAIT_OBJECT_0 + 2)
             return false; // the thread ended before it was ready, or the wait failed
-        MSG message;
-        while (::PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE))
-        {
-            if (message.message == WM_QUIT)
-                continue;
-            ::TranslateMessage(&message);
-            ::DispatchMessageA(&message);
-        }
+        CMessagePumpWin pump(m_hReadyEvent.Get());
+        while (pump.PeekAny())
+            pump.FetchAndDispatch();
     }
 }
 
@@ -51,10 +44,10 @@ void CBHOThread::Stop()
 {
     if (!Handle())
         return;
-    if (PostQuit())
-        WaitPumpingInfiniteWin(Handle());
-    else
-        ::WaitForSingleObject(Handle(), 5000);
+    // The thread uses this object, the handler and the writer to its last instruction: never return before it
+    // has ended.
+    if (!PostQuit() || WaitPumpingInfiniteWin(Handle()) != 1)
+        ::WaitForSingleObject(Handle(), INFINITE);
 }
 
 bool CBHOThread::InitInstance()
@@ -66,12 +59,15 @@ bool CBHOThread::InitInstance()
     ::PeekMessageA(&message, nullptr, WM_USER, WM_USER, PM_NOREMOVE);
 
     m_pPlatform = std::make_unique<CHandlerPlatformWin>(ThreadId(), *m_pWriter, m_log);
-    m_pHandler = std::make_unique<CLVBHOCommandHandler>(*m_pRequest, *m_pPlatform, m_link, m_registry, m_log);
+    const HandlerServices services{*m_pPlatform, m_link, m_registry, m_keys, m_log, m_immersive};
+    m_pHandler = std::make_unique<CLVBHOCommandHandler>(*m_pRequest, services);
     // The window comes last, once the handler it forwards to exists.
-    if (!m_pPlatform->ReplaceWindow(std::make_unique<CBHOWnd>(*m_pWriter), m_pHandler.get()) &&
-        m_log.Enabled(3))
-        m_log.Write("CBHOThread::InitInstance - message window not created %lu",
-                    static_cast<unsigned long>(::GetLastError()));
+    if (!m_pPlatform->ReplaceWindow(std::make_unique<CBHOWnd>(*m_pWriter), m_pHandler.get()))
+    {
+        const DWORD error = ::GetLastError();
+        if (m_log.Enabled(3))
+            m_log.Write("CBHOThread::InitInstance - message window not created %lu", static_cast<unsigned long>(error));
+    }
 
     ::SetEvent(m_hReadyEvent.Get());
     return true;
@@ -108,13 +104,20 @@ bool CBHOThread::OnThreadMessage(const MSG& message)
 
 void CBHOThread::OnCreatePromptWnd(WPARAM, LPARAM lParam)
 {
-    if (m_pHandler && m_pPlatform)
+    // Always, whatever happens here: the main thread waits for this event without a time-out.
+    struct SetOnExit
     {
-        // A fresh window takes the place of the old one; the core answers to whichever is current.
-        if (!m_pPlatform->ReplaceWindow(std::make_unique<CBHOWnd>(*m_pWriter), m_pHandler.get()) &&
-            m_log.Enabled(3))
-            m_log.Write("CBHOThread::OnCreatePromptWnd - window not created");
+        HANDLE event;
+        ~SetOnExit() { ::SetEvent(event); }
+    } done{reinterpret_cast<HANDLE>(lParam)};
+
+    if (!m_pHandler || !m_pPlatform)
+        return;
+    // A fresh prompt window takes the place of the current window; the core answers to whichever is current.
+    if (!m_pPlatform->ReplaceWindow(std::make_unique<CBHOPromptWnd>(*m_pWriter), m_pHandler.get()))
+    {
+        const DWORD error = ::GetLastError();
+        if (m_log.Enabled(3))
+            m_log.Write("CBHOThread::OnCreatePromptWnd - window not created %lu", static_cast<unsigned long>(error));
     }
-    // Always: the main thread waits for this event without a time-out.
-    ::SetEvent(reinterpret_cast<HANDLE>(lParam));
 }

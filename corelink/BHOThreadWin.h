@@ -3,9 +3,9 @@
 // the command handler live here: the thread owns COM for itself, pumps its messages (the core's among them) and
 // runs the work the main thread hands it by thread message.
 
+#include "autofill/KeySenderWin.h"
 #include "commands/CommandHandler.h"
 #include "config/IRegistry.h"
-#include "corelink/CoreLink.h"
 #include "corelink/HandlerPlatformWin.h"
 #include "framework/UIThread.h"
 #include "framework/Unique.h"
@@ -15,7 +15,8 @@
 class CBHOThread : public CUIThread
 {
 public:
-    CBHOThread(CCoreLink& link, IRegistry& registry, const CDebugLog& log);
+    // `immersive`: whether Chrome runs immersive, for the handler.
+    CBHOThread(ICoreLink& link, IRegistry& registry, const CDebugLog& log, bool immersive = false);
     ~CBHOThread() override;
 
     // Creates the thread suspended, hands it the request message and the writer, resumes it and waits, serving
@@ -39,9 +40,11 @@ protected:
     bool OnThreadMessage(const MSG& message) override;
 
 private:
-    CCoreLink& m_link;
+    ICoreLink& m_link;
     IRegistry& m_registry;
     const CDebugLog& m_log;
+    bool m_immersive;
+    CKeySenderWin m_keys;
     CHandle m_hReadyEvent;
     IJsonMessage* m_pRequest = nullptr;
     CResponseWriter* m_pWriter = nullptr;

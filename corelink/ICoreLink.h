@@ -28,4 +28,6 @@ public:
     virtual void ResetSharedData() = 0;
     // Asks the core to validate the user: 1 granted, 0 denied or no answer.
     [[nodiscard]] virtual std::int32_t ValidateUser() = 0;
+    // Tells a running core that the browser extension has been installed.
+    virtual void PostExtensionInstalled() = 0;
 };

@@ -14,9 +14,7 @@ CMessagingPlatformWin::~CMessagingPlatformWin()
 
 bool CMessagingPlatformWin::InitSecurityAttributes()
 {
-    SECURITY_ATTRIBUTES attributes{};
-    SECURITY_DESCRIPTOR descriptor{};
-    return InitNullDaclAttributes(attributes, descriptor) != 0;
+    return ProcessSecurityAttributes() != nullptr;
 }
 
 bool CMessagingPlatformWin::InitSharedMemory()
@@ -29,9 +27,10 @@ bool CMessagingPlatformWin::InitSharedMemory()
     return true;
 }
 
-ICommandHandler* CMessagingPlatformWin::StartUiThread(IJsonMessage& request, CResponseWriter& writer)
+ICommandHandler* CMessagingPlatformWin::StartUiThread(IJsonMessage& request, CResponseWriter& writer,
+                                                      const ProcessValues& values)
 {
-    m_thread = std::make_unique<CBHOThread>(m_link, m_registry, m_log);
+    m_thread = std::make_unique<CBHOThread>(m_link, m_registry, m_log, values.chromeImmersive);
     if (!m_thread->Start(request, writer))
     {
         StopUiThread();

@@ -20,7 +20,8 @@ public:
     [[nodiscard]] bool InitSecurityAttributes() override;
     [[nodiscard]] bool InitSharedMemory() override;
     void CloseSharedMemory() override { m_objects.CloseSharedMemory(); }
-    ICommandHandler* StartUiThread(IJsonMessage& request, CResponseWriter& writer) override;
+    ICommandHandler* StartUiThread(IJsonMessage& request, CResponseWriter& writer,
+                                   const ProcessValues& values) override;
     void StopUiThread() override;
 
 private:

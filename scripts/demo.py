@@ -48,34 +48,64 @@ def main():
         prefix.reg("add", winhost.PRODUCT_KEY, "/v", "lvDebugSupport", "/t", "REG_SZ", "/d", "LVBHOHost;3", "/f")
 
         print("\n3. The stand-in core SimLvEngine.exe starts: it makes the shared block, its events and mutex, and")
-        print("   its message window, and logs every request and message it sees.")
-        core = winhost.SimCore(prefix, sim)
+        print("   its message window, keeps a vault (empty now, saved to C:\\vault.json on every change) and logs")
+        print("   every request and message it sees.")
+        core = winhost.SimCore(prefix, sim, args=["--save-vault", "C:\\vault.json"])
         print(f"  stand-in core ready: process {core.pid}, window {core.window}")
         print("  The core still has a request open from an earlier session (flags bit 5), which the host cancels")
         print("  as it starts.")
         core.command("block flags 32")
+        print("  The user's skip list holds one entry, \"bank\" (HKCU\\SOFTWARE\\Kavrin\\Lumivar\\SkipListForLvBho).")
+        prefix.reg("add", r"HKCU\SOFTWARE\Kavrin\Lumivar\SkipListForLvBho", "/v", "1", "/t", "REG_SZ", "/d", "bank",
+                   "/f")
 
         print("\n4. A session, started as Chrome starts it (the extension's origin as the argument):")
         session = winhost.HostSession(prefix, host, args=["chrome-extension://abcdefghijklmnopabcdefghijklmnop/"])
-        requests = [
-            b'{"command":"Identify","id":1,"name":"chrome","purpose":"Install"}',
-            b'{"command":"GetLang","id":2}',
-            b"{",
-            b'{"command":"Identify2","id":3}',
-            b'{"command":"GetLang"}',
-            b'{"command":"GetLang","id":"four"}',
-            b'{"command":"CancelOperation","id":5}',
-        ]
-        for request in requests:
+
+        def exchange(request, answers=1):
             show("browser -> host", request)
             session.send(request)
-            show("host -> browser", session.receive())
+            for _ in range(answers):
+                show("host -> browser", winhost.receive_frame(session.process))
+
+        def core_does(line, note, frames=1):
+            print(f"  [stand-in core: {line}]  {note}")
+            core.command(line)
+            for _ in range(frames):
+                show("host -> browser", winhost.receive_frame(session.process))
+
+        login = (b'"WebUrl":"https://www.example.com/login","unamefield":"user","passfieldname":"pwd"')
+        exchange(b'{"command":"Identify","id":1,"name":"chrome","purpose":"Install"}')
+        exchange(b'{"command":"GetLang","id":2}')
+        exchange(b"{")
+        exchange(b'{"command":"Identify2","id":3}')
+        exchange(b'{"command":"GetLang"}')
+        exchange(b'{"command":"GetLang","id":"four"}')
+        exchange(b'{"command":"IsPageRemembered","id":5,"WebUrl":"https://www.example.com/","passfieldname":"pwd"}')
+        exchange(b'{"command":"StoreLoginData","id":6,"DocumentTitle":"Example - Log in",' + login +
+                 b',"webPageUserId":"alice","webPagepassword":"s3cret"}')
+        exchange(b'{"command":"IsPageRemembered","id":7,"WebUrl":"https://www.example.com/","passfieldname":"pwd"}')
+        exchange(b'{"command":"CheckAndValidate","id":8,"DocumentTitle":"Mail",'
+                 b'"WebUrl":"https://mail.example.com/inbox","unamefield":"user","passfieldname":"pwd"}')
+        exchange(b'{"command":"CheckAndValidate","id":9,"DocumentTitle":"Shop",'
+                 b'"WebUrl":"https://shop.example.org/","unamefield":"email","passfieldname":"pass"}')
+        core_does("push copydata 44525655 -1 device-7 Verified",
+                  "the device verification ends: the core sends its outcome to the host's window")
+        exchange(b'{"command":"SetPluginParam","id":10,"strdevid":"44525655","param":"123456"}')
+        core_does("push fill EXAMPLE.COM::pwd", "the core fills a page by itself")
+        exchange(b'{"command":"CheckSkipList","id":11,"domain":"online.mybank.com"}')
+        exchange(b'{"command":"keyevent","id":12,"vk":[9,13],"sleep":10}')
+        exchange(b'{"command":"CancelOperation","id":13}')
         print("  browser closes the port (end of input)")
         code = session.close()
         print(f"  host exited with code {code}")
 
         core.command("dump")  # the core has served everything it was sent once it answers this
         core.stop()
+        print("\n   The stand-in core's vault at the end (C:\\vault.json):")
+        for line in (prefix.drive_c / "vault.json").read_text().splitlines():
+            print("  " + line)
+
         print("\n5. What the stand-in core saw (its log, one JSON object per line):")
         for entry in core.log():
             print("  " + json.dumps(entry, separators=(",", ":")))

@@ -10,6 +10,7 @@ import os
 import struct
 import subprocess
 import sys
+import time
 import unittest
 from pathlib import Path
 
@@ -441,6 +442,258 @@ class CoreTest(unittest.TestCase):
         text = winhost.decode_log(log_file.read_bytes())
         self.assertIn(b"InitSharedMemory", text)
         self.assertIn(b"CMutexLock:: Lock Enter", text)
+
+
+STORE = {"command": "StoreLoginData", "DocumentTitle": "Example - Log in", "WebUrl": "https://www.example.com/login",
+         "unamefield": "user", "webPageUserId": "alice", "passfieldname": "pwd", "webPagepassword": "s3cret"}
+CHECK = {"command": "CheckAndValidate", "DocumentTitle": "Mail", "WebUrl": "https://mail.example.com/inbox",
+         "unamefield": "user", "passfieldname": "pwd"}
+REMEMBERED = {"command": "IsPageRemembered", "WebUrl": "https://www.example.com/", "passfieldname": "pwd"}
+
+
+class CoreSession(unittest.TestCase):
+    """A host and the stand-in core, started for each test."""
+
+    core_args = ()
+
+    @classmethod
+    def setUpClass(cls):
+        PREFIX.install_product()
+
+    def setUp(self):
+        self.core = winhost.SimCore(PREFIX, SIM, args=self.core_args)
+        self.addCleanup(self.core.stop)
+        self.host = subprocess.Popen(["wine", str(EXE)], env=PREFIX.env, stdin=subprocess.PIPE,
+                                     stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, bufsize=0)
+        self.addCleanup(self.host.stdout.close)
+        self.addCleanup(lambda: self.host.poll() is None and self.host.kill())
+        self.next_id = 0
+
+    def send(self, request):
+        self.next_id += 1
+        request = dict(request, id=self.next_id)
+        self.host.stdin.write(frame(json.dumps(request, separators=(",", ":"))))
+        self.host.stdin.flush()
+        return self.next_id
+
+    def receive(self, timeout=30):
+        return json.loads(winhost.receive_frame(self.host, timeout=timeout))
+
+    def ask(self, request):
+        request_id = self.send(request)
+        answer = self.receive()
+        self.assertEqual(request_id, answer.get("id"), answer)
+        return answer
+
+    def end(self):
+        self.host.stdin.close()
+        self.assertEqual(0, self.host.wait(timeout=30))
+
+
+class LoginTest(CoreSession):
+    """Login data between the page and the stand-in core's vault."""
+
+    def test_a_login_stored_on_one_page_fills_another_page_of_the_same_domain(self):
+        stored = self.ask(STORE)
+        filled = self.ask(CHECK)
+        self.end()
+
+        self.assertEqual({"command": "StoreLoginData", "id": 1, "isenrolled": 1, "CommandError": 0,
+                          "CommandErrorMsg": "success"}, stored)
+        self.assertEqual([{"FieldName": "user", "FieldVal": "alice"}, {"FieldName": "pwd", "FieldVal": "s3cret"}],
+                         filled["LoginData"])
+        self.assertEqual("true", filled["clickok"])
+        self.assertEqual(0, filled["CommandError"])
+        codes = [r["code"] for r in self.core.requests()]
+        self.assertEqual([1, 2, 8], codes)
+        store = self.core.requests()[0]
+        self.assertEqual("EXAMPLE.COM::pwd", store["requestKey"])
+        self.assertEqual("alice", store["requestUser"])
+        self.assertEqual("EXAMPLE", store["requestDisplay"])
+
+    def test_a_login_already_known_is_not_stored_again(self):
+        self.ask(STORE)
+
+        again = self.ask(STORE)
+        self.end()
+
+        self.assertEqual(0, again["CommandError"])
+        self.assertEqual([1, 2, 1], [r["code"] for r in self.core.requests()])
+
+    def test_is_page_remembered_for_an_unknown_then_a_known_site(self):
+        unknown = self.ask(REMEMBERED)
+        self.ask(STORE)
+        known = self.ask(REMEMBERED)
+        self.end()
+
+        expected = {"command": "IsPageRemembered", "CommandError": 0, "CommandErrorMsg": "success",
+                    "isenrolled": 1, "isdiscoveryon": 1, "noprompt": 0}
+        self.assertEqual(dict(expected, id=1, isremembered=0), unknown)
+        self.assertEqual(dict(expected, id=3, isremembered=1), known)
+
+    def test_remember_without_prompt_once_switched_on(self):
+        before = self.ask({"command": "RememberPwdWithoutPrompt"})
+        switched = self.ask({"command": "SetRememberPwdWithoutPrompt"})
+        after = self.ask({"command": "RememberPwdWithoutPrompt"})
+        self.end()
+
+        self.assertEqual(0, before["noprompt"])
+        self.assertEqual(0, switched["CommandError"])
+        self.assertEqual(1, after["noprompt"])
+        self.assertEqual([9, 10, 9], [r["code"] for r in self.core.requests()])
+
+    def test_check_and_validate_of_an_unknown_site_is_left_pending_for_a_vault_choice(self):
+        answer = self.ask(CHECK)
+        self.end()
+
+        self.assertEqual(6, answer["CommandError"])
+        self.assertEqual("vault select", answer["CommandErrorMsg"])
+
+    def test_set_plugin_param_reaches_the_core_window_as_a_copy_data_record(self):
+        self.ask(CHECK)
+
+        answer = self.ask({"command": "SetPluginParam", "strdevid": "44525655", "param": "123456"})
+        self.end()
+
+        self.assertEqual(0, answer["CommandError"])
+        self.core.command("dump")
+        records = [e for e in self.core.log() if e.get("event") == "copydata"]
+        self.assertEqual(1, len(records))
+        record = records[0]
+        self.assertEqual((1, 788, 0, 0, "44525655", "", "123456"),
+                         (record["dwData"], record["cbData"], record["devId"], record["status"],
+                          record["strDevId"], record["message"], record["text2"]))
+        host_window = self.core.requests()[-1]["hostWindow"]
+        self.assertEqual(host_window, record["wParam"])
+
+    def test_a_validation_outcome_pushed_later_reaches_the_extension(self):
+        self.ask(CHECK)
+
+        self.assertTrue(self.core.command("push copydata 44525655 -1 dev-7 Verified").startswith("ok"))
+        pushed = self.receive()
+        self.end()
+
+        self.assertEqual({"command": "ValidateAsyncMsg", "msg": "Verified", "status": -1, "strdevid": "dev-7",
+                          "Devid": 44525655}, pushed)
+
+    def test_fill_orders_pushed_between_answers_leave_every_frame_whole(self):
+        self.ask(REMEMBERED)  # the core learns the host's window
+        self.core.command("vault add EXAMPLE.COM::pwd bob pw user pwd")
+        frames = []
+        for _ in range(20):
+            # Each fill is consumed before the next one is written into the block.
+            self.send({"command": "GetLang"})
+            self.assertTrue(self.core.command("push fill EXAMPLE.COM::pwd").startswith("ok"))
+            frames += [self.receive(), self.receive()]
+        self.end()
+
+        fills = [f for f in frames if f.get("command") == "FormFill"]
+        answers = [f for f in frames if f.get("command") == "GetLang"]
+        self.assertEqual(20, len(answers))
+        self.assertEqual(20, len(fills))
+        self.assertEqual([{"FieldName": "user", "FieldVal": "bob"}, {"FieldName": "pwd", "FieldVal": "pw"}],
+                         fills[0]["LoginData"])
+        self.assertEqual(list(range(2, 22)), [a["id"] for a in answers])
+
+    def test_check_skip_list_reads_the_users_entries(self):
+        key = r"HKCU\SOFTWARE\Kavrin\Lumivar\SkipListForLvBho"
+        PREFIX.reg("add", key, "/v", "1", "/t", "REG_SZ", "/d", "bank", "/f")
+        self.addCleanup(PREFIX.reg, "delete", key, "/f")
+
+        skipped = self.ask({"command": "CheckSkipList", "domain": "online.mybank.com"})
+        kept = self.ask({"command": "CheckSkipList", "domain": "example.com"})
+        missing = self.ask({"command": "CheckSkipList"})
+        self.end()
+
+        self.assertEqual((0, 1), (skipped["CommandError"], skipped["skipped"]))
+        self.assertEqual((0, 0), (kept["CommandError"], kept["skipped"]))
+        self.assertEqual(4, missing["CommandError"])
+
+    def test_keyevent_is_answered(self):
+        answer = self.ask({"command": "keyevent", "vk": [65, 66], "sleep": 0})
+        self.end()
+
+        self.assertEqual(0, answer["CommandError"])
+
+    def test_broken_texts_never_reach_past_the_blocks_fields(self):
+        long_text = "x" * (1 << 20)
+        answer = self.ask(dict(STORE, webPageUserId=long_text, DocumentTitle="\u0000\u00ff", unamefield="a\u0000b",
+                               webPagepassword=long_text))
+        self.end()
+
+        self.assertEqual(0, answer["CommandError"])
+        first = self.core.requests()[0]
+        self.assertEqual(259, len(first["requestUser"]))
+
+
+class NotEnrolledTest(CoreSession):
+    core_args = ("--not-enrolled",)
+
+    def test_a_granted_validation_enrols_the_user(self):
+        answer = self.ask(REMEMBERED)
+        self.end()
+
+        self.assertEqual((0, 1), (answer["CommandError"], answer["isenrolled"]))
+        messages = [e["name"] for e in self.core.log() if e.get("event") == "message"]
+        self.assertIn("LumivarDoValidateUser", messages)
+
+    def test_a_denied_validation_leaves_the_user_unenrolled(self):
+        self.core.command("set validation denied")
+
+        store = self.ask(dict(STORE, enrolluser=1))
+        answer = self.ask(REMEMBERED)
+        self.end()
+
+        self.assertEqual((3, 0), (store["CommandError"], store["isenrolled"]))
+        self.assertEqual((0, 0, 0), (answer["CommandError"], answer["isenrolled"], answer["isremembered"]))
+        self.assertNotIn("noprompt", answer)
+        self.assertEqual([1], [r["code"] for r in self.core.requests()])
+
+    def test_an_unanswered_validation_counts_as_denied(self):
+        self.core.command("set validation none")
+
+        answer = self.ask(REMEMBERED)
+        self.end()
+
+        self.assertEqual((0, 0), (answer["CommandError"], answer["isenrolled"]))
+
+    def test_storing_without_enrolment_fails_saying_so(self):
+        answer = self.ask(STORE)
+        self.end()
+
+        self.assertEqual((3, 0), (answer["CommandError"], answer["isenrolled"]))
+        self.assertEqual([], self.core.requests())
+
+    def test_a_granted_validation_lets_the_login_be_stored(self):
+        answer = self.ask(dict(STORE, enrolluser=1))
+        self.end()
+
+        self.assertEqual((0, 1), (answer["CommandError"], answer["isenrolled"]))
+        self.assertEqual([1, 2], [r["code"] for r in self.core.requests()])
+
+
+class NoCoreTest(unittest.TestCase):
+    """No core process runs: every command that needs it answers 3 at once."""
+
+    @classmethod
+    def setUpClass(cls):
+        PREFIX.install_product()
+
+    def test_login_commands_fail_promptly_without_a_core(self):
+        requests = [dict(STORE, id=1), dict(CHECK, id=2), dict(REMEMBERED, id=3),
+                    {"command": "RememberPwdWithoutPrompt", "id": 4},
+                    {"command": "SetRememberPwdWithoutPrompt", "id": 5}]
+        session = winhost.HostSession(PREFIX, EXE)
+        answers = []
+        for request in requests:
+            started = time.monotonic()
+            session.send(json.dumps(request))
+            answers.append((json.loads(session.receive()), time.monotonic() - started))
+        self.assertEqual(0, session.close())
+
+        for answer, seconds in answers:
+            self.assertEqual(3, answer["CommandError"], answer)
+            self.assertLess(seconds, 1.0, answer)
 
 
 def main():

@@ -131,6 +131,7 @@ TEST(CommandDispatcherTest, EveryCommandOfTheTableReachesItsOperation)
         {"SetRememberPwdWithoutPrompt", "SetRememberPwdWithoutPrompt"},
         {"SetPluginParam", "SetPluginParam"},
         {"CheckSkipList", "CheckSkipList"},
+        {"CancelOperation", "CancelOperation"},
         {"ShowPrompt", "ShowPrompt"},
         {"SetPromptPos", "SetPromptPos"},
         {"HidePrompt", "HidePrompt"},
@@ -216,30 +217,22 @@ TEST(CommandDispatcherTest, SetRememberPwdWithoutPromptFailureIsThree)
     EXPECT_NE(std::string::npos, run.Dispatch().find("\"CommandError\":3,"));
 }
 
-TEST(CommandDispatcherTest, CancelOperationWhileTheCoreIsIdleFails)
+TEST(CommandDispatcherTest, CancelOperationAnswersTheOperationsStatusWithoutTheCancelStep)
 {
     DispatchRun run("{\"command\":\"CancelOperation\",\"id\":1}");
+    run.handler.m_statuses["CancelOperation"] = 3;
 
     EXPECT_EQ("{\"CommandError\":3,\"CommandErrorMsg\":\"fail\",\"command\":\"CancelOperation\",\"id\":1}",
               run.Dispatch());
-    EXPECT_EQ((Calls{"HidePrompt", "CancelIfBusy(1)"}), run.handler.m_calls);
+    EXPECT_EQ((Calls{"CancelOperation"}), run.handler.m_calls);
 }
 
-TEST(CommandDispatcherTest, CancelOperationWhileTheCoreIsBusyWaitsAndSucceeds)
-{
-    DispatchRun run("{\"command\":\"CancelOperation\",\"id\":1}");
-    run.handler.m_cancelStatus = 5;
-
-    EXPECT_EQ("{\"CommandError\":0,\"CommandErrorMsg\":\"success\",\"command\":\"CancelOperation\",\"id\":1}",
-              run.Dispatch());
-    EXPECT_EQ((Calls{"HidePrompt", "CancelIfBusy(1)", "Wait(500)"}), run.handler.m_calls);
-}
-
-TEST(CommandDispatcherTest, CheckSkipListAnswersSuccessWhateverItFinds)
+TEST(CommandDispatcherTest, CheckSkipListAnswersTheOperationsStatus)
 {
     DispatchRun run("{\"command\":\"CheckSkipList\",\"id\":1}");
+    run.handler.m_statuses["CheckSkipList"] = 4;
 
-    EXPECT_NE(std::string::npos, run.Dispatch().find("\"CommandError\":0,"));
+    EXPECT_NE(std::string::npos, run.Dispatch().find("\"CommandError\":4,"));
 }
 
 TEST(CommandDispatcherTest, ShowPromptIsAnsweredWithIdMinusOne)

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <vector>
 
 struct SignalCall
@@ -36,6 +37,8 @@ public:
     std::int32_t SignalEvent(std::uint32_t code, std::int32_t wait) override
     {
         m_signals.push_back({code, wait});
+        if (m_onSignal)
+            m_onSignal(*this, code);
         return m_signalResult;
     }
     std::int32_t WaitForCompleteEvent() override
@@ -71,14 +74,20 @@ public:
     std::int32_t ValidateUser() override
     {
         ++m_validateCount;
+        m_flagsDuringValidation = m_block.flags;
         return m_validateResult;
     }
+    void PostExtensionInstalled() override { ++m_installedCount; }
 
     BHOSharedData m_block{};
     bool m_mapped = true;      // false: Block() returns null
     bool m_coreRunning = true; // false: LockBlock() takes nothing and returns false
 
     std::vector<SignalCall> m_signals;
+    // Plays the core's part when a request is signalled: writes its answer into the block.
+    std::function<void(CFakeCoreLink&, std::uint32_t)> m_onSignal;
+    std::uint32_t m_flagsDuringValidation = 0;
+    int m_installedCount = 0;
     std::int32_t m_signalResult = 1;
     int m_waitCount = 0;
     std::int32_t m_waitResult = 1;

@@ -28,7 +28,7 @@ public:
     std::uint32_t SetRememberPwdWithoutPrompt() override { return Record("SetRememberPwdWithoutPrompt"); }
     std::uint32_t SetPluginParam() override { return Record("SetPluginParam"); }
     std::uint32_t CancelOperation() override { return Record("CancelOperation"); }
-    bool CheckSkipList() override { return Record("CheckSkipList", 1) != 0; }
+    std::uint32_t CheckSkipList() override { return Record("CheckSkipList"); }
     std::uint32_t ShowPrompt() override { return Record("ShowPrompt"); }
     std::uint32_t SetPromptPos() override { return Record("SetPromptPos"); }
     std::uint32_t HidePrompt() override { return Record("HidePrompt", m_hideStatus); }

@@ -212,6 +212,23 @@ TEST(BHOThreadWinTest, StatusSixReleasesACommandWaitingForTheValidation)
     EXPECT_LT(::GetTickCount() - start, 2000u);
 }
 
+TEST(BHOThreadWinTest, StatusMinusOneReleasesACommandWaitingForTheValidation)
+{
+    UiThread ui;
+    ASSERT_TRUE(ui.started);
+    BHOCopyData record;
+    std::memset(&record, 0, sizeof record);
+    record.status = 0xFFFFFFFF;
+    COPYDATASTRUCT copyData{kCopyDataKind, sizeof record, &record};
+    ::SendMessageA(ui.Window(), WM_COPYDATA, 0, reinterpret_cast<LPARAM>(&copyData));
+    ASSERT_FALSE(FirstFrameBody(ui.output).empty());
+    const DWORD start = ::GetTickCount();
+
+    ui.thread.Handler()->WaitForCompletion(5000);
+
+    EXPECT_LT(::GetTickCount() - start, 2000u);
+}
+
 TEST(BHOThreadWinTest, StatusZeroLeavesTheWaitingCommandWaiting)
 {
     UiThread ui;

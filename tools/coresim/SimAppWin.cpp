@@ -60,6 +60,7 @@ bool CSimApp::Start()
         return false;
     }
 
+    ShowEnrolment();
     const DWORD pid = ::GetCurrentProcessId();
     m_log.Write("start", CJsonLine()
                              .AddUnsigned("pid", pid)
@@ -75,6 +76,14 @@ bool CSimApp::Start()
                              .AddBool("hold", m_settings.hold));
     Reply("ready " + std::to_string(pid) + " " + std::to_string(WindowNumber(m_window.Handle())));
     return true;
+}
+
+void CSimApp::ShowEnrolment()
+{
+    // The core keeps the enrolment bit in the block, so that a host sees it before its first request too.
+    CSimBlockLock lock(m_objects);
+    std::uint32_t& flags = m_objects.Block().flags;
+    flags = m_settings.notEnrolled ? (flags | kFlagNotEnrolled) : (flags & ~kFlagNotEnrolled);
 }
 
 void CSimApp::Serve()
@@ -146,6 +155,8 @@ void CSimApp::ServeRequest(CoreEvent event)
         ::ResetEvent(m_objects.Event(event));
 
     const SimBlockView request = ReadBlock();
+    if (request.hostWindow != 0)
+        m_lastHostWindow = request.hostWindow;
     CJsonLine line;
     line.AddString("eventName", EventLetter(event)).AddUnsigned("code", request.requestCode);
     AddBlockFields(line, request);

@@ -48,6 +48,10 @@ private:
     std::string RunRelease();
     std::string RunDump();
     std::string RunBlock(const std::vector<std::string>& words);
+    // Writes the not-enrolled setting into the block's flags.
+    void ShowEnrolment();
+    // The host window of the last request or push, for pushes after a host has cleared the block.
+    std::uint64_t m_lastHostWindow = 0;
     // The host window named in the block, or null when there is none.
     HWND HostWindow();
     void Reply(const std::string& line);

@@ -62,6 +62,7 @@ std::string CSimApp::RunSet(const std::vector<std::string>& words)
         return "error " + error;
     if (m_settings.noPrompt != noPromptBefore)
         SaveVaultIfAsked();
+    ShowEnrolment();
     return "ok";
 }
 
@@ -112,6 +113,11 @@ HWND CSimApp::HostWindow()
         CSimBlockLock lock(m_objects);
         number = m_objects.Block().hostWindow;
     }
+    // A host clears the block when it has consumed a fill; like the core, the sim remembers whom it served last.
+    if (number == 0)
+        number = m_lastHostWindow;
+    else
+        m_lastHostWindow = number;
     const auto hwnd = reinterpret_cast<HWND>(static_cast<std::uintptr_t>(number));
     return number != 0 && ::IsWindow(hwnd) ? hwnd : nullptr;
 }
