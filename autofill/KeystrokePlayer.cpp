@@ -9,11 +9,12 @@ std::uint32_t KeyEvent(IJsonMessage& request, IKeySender& keys)
 {
     if (!request.HasMember("vk") || !request.HasMember("sleep"))
         return kStatusArgumentMissing;
-    const std::uint32_t count = request.GetCount("vk");
+    // Anything but an array holds no codes, an object with members included.
+    const std::uint32_t count = request.IsArrayMember("vk") ? request.GetCount("vk") : 0;
     const std::int32_t pause = std::clamp(request.GetInt("sleep"), 0, kMaxKeyPauseMs);
 
     // All codes are read before the first key goes out: a request that cannot be read (a "sleep" that is not a
-    // number, a "vk" object, an element that is not a number) types nothing at all.
+    // number, an element that is not a number) types nothing at all.
     std::vector<std::uint16_t> codes;
     codes.reserve(count);
     for (std::uint32_t i = 0; i < count && !request.ConversionFailed(); ++i)
@@ -21,11 +22,15 @@ std::uint32_t KeyEvent(IJsonMessage& request, IKeySender& keys)
     if (request.ConversionFailed())
         return kStatusArgumentMissing;
 
+    std::uint32_t paused = 0;
     for (const std::uint16_t code : codes)
     {
         keys.SendKeyDown(code);
-        if (pause != 0)
+        if (pause != 0 && paused < kMaxKeyPausesMs)
+        {
             keys.Pause(static_cast<std::uint32_t>(pause));
+            paused += static_cast<std::uint32_t>(pause);
+        }
     }
     return kStatusSuccess;
 }

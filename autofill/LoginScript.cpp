@@ -54,6 +54,14 @@ void StoreNextValue(char* list, std::size_t& cursor, const std::string& value)
         CopyBounded(list + cursor, kSharedScriptSize - cursor, value);
 }
 
+// The text up to its first NUL, as the block's C strings will hold it.
+void CutAtNul(std::string& text)
+{
+    const std::size_t nul = text.find('\0');
+    if (nul != std::string::npos)
+        text.resize(nul);
+}
+
 std::string Trim(const std::string& text)
 {
     const std::size_t first = text.find_first_not_of(kWhiteSpace);
@@ -102,6 +110,10 @@ void WriteLoginScript(LoginScriptTables& tables, ICoreLink& link, std::string si
                       std::string url, std::string userFieldName, std::string userValue, std::string passFieldName,
                       std::string passValue)
 {
+    // A NUL inside a text ends it, before the tags are built around the field names.
+    for (std::string* text : {&siteKey, &displayName, &url, &userFieldName, &userValue, &passFieldName, &passValue})
+        CutAtNul(*text);
+
     if (!userFieldName.empty() && (displayName.empty() || displayName.size() >= kShortDisplayName))
     {
         // Only the site's own label remains, without any suffix. A URL without a domain leaves the name empty.

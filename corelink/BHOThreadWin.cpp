@@ -119,5 +119,7 @@ void CBHOThread::OnCreatePromptWnd(WPARAM, LPARAM lParam)
         const DWORD error = ::GetLastError();
         if (m_log.Enabled(3))
             m_log.Write("CBHOThread::OnCreatePromptWnd - window not created %lu", static_cast<unsigned long>(error));
+        // The core must still reach the host: a plain message window takes the place.
+        static_cast<void>(m_pPlatform->ReplaceWindow(std::make_unique<CBHOWnd>(*m_pWriter), m_pHandler.get()));
     }
 }

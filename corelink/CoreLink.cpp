@@ -145,19 +145,7 @@ void CCoreLink::ResetSharedData()
     if (!block)
         return;
     CMutexLock lock(*this);
-    block->hostContext = 0;
-    block->hostWindow = 0;
-    std::memset(block->field0, 0, sizeof block->field0);
-    std::memset(block->requestKey, 0, sizeof block->requestKey);
-    std::memset(block->requestDisplay, 0, sizeof block->requestDisplay);
-    std::memset(block->requestUser, 0, sizeof block->requestUser);
-    std::memset(block->fieldScript, 0, sizeof block->fieldScript);
-    std::memset(block->valueScript, 0, sizeof block->valueScript);
-    // field3 belongs to the core and keeps its bytes.
-    block->valueCount = 0;
-    block->result = kResultPending;
-    block->flags = 0;
-    block->requestCode = kRequestIsKnown;
+    ResetBlockFields(*block);
 }
 
 std::int32_t CCoreLink::ValidateUser()

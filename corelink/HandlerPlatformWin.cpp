@@ -3,6 +3,11 @@
 #include "corelink/MessagePumpWin.h"
 #include "corelink/SecurityWin.h"
 
+namespace
+{
+constexpr UINT kCopyDataTimeoutMs = 10000;
+} // namespace
+
 CHandlerPlatformWin::CHandlerPlatformWin(DWORD uiThreadId, CResponseWriter& writer, const CDebugLog& log)
     : m_uiThreadId(uiThreadId), m_writer(writer), m_log(log)
 {
@@ -40,8 +45,10 @@ void CHandlerPlatformWin::SendCopyData(WindowId target, const BHOCopyData& recor
     copyData.dwData = kCopyDataKind;
     copyData.cbData = sizeof record;
     copyData.lpData = const_cast<BHOCopyData*>(&record);
-    ::SendMessageA(reinterpret_cast<HWND>(target), WM_COPYDATA, static_cast<WPARAM>(HostWindow()),
-                   reinterpret_cast<LPARAM>(&copyData));
+    // Synchronous, as the core expects, but a hung or stale window cannot hold the host for good.
+    DWORD_PTR result = 0;
+    ::SendMessageTimeoutA(reinterpret_cast<HWND>(target), WM_COPYDATA, static_cast<WPARAM>(HostWindow()),
+                          reinterpret_cast<LPARAM>(&copyData), SMTO_ABORTIFHUNG, kCopyDataTimeoutMs, &result);
 }
 
 void CHandlerPlatformWin::RunOnUiThread(std::uint32_t message)

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #pragma pack(push, 1)
 
@@ -58,6 +59,24 @@ static_assert(offsetof(BHOCopyData, strDevId) == 4, "layout shared with the core
 static_assert(offsetof(BHOCopyData, message) == 264, "layout shared with the core");
 static_assert(offsetof(BHOCopyData, status) == 524, "layout shared with the core");
 static_assert(offsetof(BHOCopyData, text2) == 528, "layout shared with the core");
+
+// The block as its creator initialises it (the caller holds the block mutex): both handles 0, the texts and the
+// script empty, no request open, request code 1. `field3` is the core's and keeps its bytes.
+inline void ResetBlockFields(BHOSharedData& block)
+{
+    block.hostContext = 0;
+    block.hostWindow = 0;
+    std::memset(block.field0, 0, sizeof block.field0);
+    std::memset(block.requestKey, 0, sizeof block.requestKey);
+    std::memset(block.requestDisplay, 0, sizeof block.requestDisplay);
+    std::memset(block.requestUser, 0, sizeof block.requestUser);
+    std::memset(block.fieldScript, 0, sizeof block.fieldScript);
+    std::memset(block.valueScript, 0, sizeof block.valueScript);
+    block.valueCount = 0;
+    block.result = 0xFFFFFFFF;
+    block.flags = 0;
+    block.requestCode = 1;
+}
 
 inline constexpr std::size_t kSharedFieldSize = 260;
 inline constexpr std::size_t kSharedScriptSize = 2048;

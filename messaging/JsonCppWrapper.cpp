@@ -106,6 +106,16 @@ int JsonCPPWrapper::GetInt(const char* name)
     return Guard([&] { return static_cast<int>(m_root[Utf8(name)].asInt()); }, 0);
 }
 
+bool JsonCPPWrapper::IsArrayMember(const char* name)
+{
+    return Guard(
+        [&] {
+            const std::string key = Utf8(name);
+            return m_root.isObject() && m_root.isMember(key) && m_root[key].isArray();
+        },
+        false);
+}
+
 std::uint32_t JsonCPPWrapper::GetCount(const char* name)
 {
     return Guard(

@@ -41,6 +41,7 @@ public:
     bool HasMember(const char* name) override;
     bool ConversionFailed() const override { return m_conversionFailed; }
     void ResetConversionFailed() override { m_conversionFailed = false; }
+    bool IsArrayMember(const char* name) override;
 
 private:
     // A name or a written value, normalised to UTF-8.

@@ -35,4 +35,6 @@ public:
     // the empty text or 0 instead of throwing.
     virtual bool ConversionFailed() const = 0;
     virtual void ResetConversionFailed() = 0;
+    // Whether the root has a member `name` that is an array (GetCount also counts an object's members).
+    virtual bool IsArrayMember(const char* name) = 0;
 };

@@ -694,3 +694,16 @@ TEST(LoginScriptTest, MultiStringItemNeverReadsPastTheSize)
     EXPECT_EQ("t", GetMultiStringItem(buffer.data(), buffer.size(), 1));
     EXPECT_EQ("", GetMultiStringItem(buffer.data(), buffer.size(), 2));
 }
+
+TEST(LoginScriptTest, ANulEndsAFieldNameBeforeItsTagIsBuilt)
+{
+    CFakeCoreLink link;
+    LoginScriptTables tables;
+
+    WriteLoginScript(tables, link, std::string("K::p\0x", 6), "", "https://a.com/", std::string("u\0v", 3), "n",
+                     std::string("p\0q", 3), std::string("w\0z", 3));
+
+    EXPECT_STREQ("<S>+<DCH>u<FV><SV><\\FV><TAB>+<DCH>p<FV><SV><\\FV>+<OK>+<QL>+", link.m_block.fieldScript);
+    EXPECT_STREQ("K::p", link.m_block.requestKey);
+    EXPECT_EQ(std::string("\0n\0w\0<END>\0https://a.com/\0", 25), std::string(link.m_block.valueScript, 25));
+}

@@ -489,6 +489,12 @@ class CoreSession(unittest.TestCase):
         self.host.stdin.close()
         self.assertEqual(0, self.host.wait(timeout=30))
 
+    def wait_for(self, condition, timeout=10):
+        deadline = time.monotonic() + timeout
+        while not condition():
+            self.assertLess(time.monotonic(), deadline, "the stand-in core did not get there")
+            time.sleep(0.01)
+
 
 class LoginTest(CoreSession):
     """Login data between the page and the stand-in core's vault."""
@@ -575,6 +581,41 @@ class LoginTest(CoreSession):
 
         self.assertEqual({"command": "ValidateAsyncMsg", "msg": "Verified", "status": -1, "strdevid": "dev-7",
                           "Devid": 44525655}, pushed)
+
+    def test_a_pending_validation_is_released_by_its_outcome(self):
+        # The core leaves the validation pending with 5 and ends the verification at once: its outcome (status -1)
+        # reaches the extension while the command still waits, and releases it.
+        self.core.command("set missresult 5")
+        self.core.command("onpending push copydata 44525655 -1 dev-7 Verified")
+        started = time.monotonic()
+        self.send(CHECK)
+
+        first = self.receive()
+        second = self.receive()
+        seconds = time.monotonic() - started
+        self.end()
+
+        self.assertEqual("ValidateAsyncMsg", first["command"])
+        self.assertEqual(-1, first["status"])
+        self.assertEqual(("CheckAndValidate", 5), (second["command"], second["CommandError"]))
+        self.assertLess(seconds, 0.45)  # without the release the command waits its full 500 ms
+
+    def test_a_fill_order_pushed_while_a_request_is_open_comes_whole_before_its_answer(self):
+        self.ask(REMEMBERED)  # the core learns the host's window
+        self.core.command("vault add EXAMPLE.COM::pwd bob pw user pwd")
+        self.core.command("set hold 1")
+        for _ in range(5):
+            held = len([e for e in self.core.log() if e.get("event") == "held"])
+            request_id = self.send({"command": "RememberPwdWithoutPrompt"})
+            self.wait_for(lambda: len([e for e in self.core.log() if e.get("event") == "held"]) > held)
+            self.assertTrue(self.core.command("push fill EXAMPLE.COM::pwd").startswith("ok"))
+            fill = self.receive()
+            self.assertTrue(self.core.command("release").startswith("ok"))
+            answer = self.receive()
+
+            self.assertEqual("FormFill", fill["command"])
+            self.assertEqual((request_id, 0), (answer["id"], answer["CommandError"]))
+        self.end()
 
     def test_fill_orders_pushed_between_answers_leave_every_frame_whole(self):
         self.ask(REMEMBERED)  # the core learns the host's window

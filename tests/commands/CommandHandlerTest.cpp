@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 
 namespace
@@ -156,6 +157,20 @@ TEST(CommandHandlerTest, CancelOperationWithARequestOpenCancelsWaitsAndSucceeds)
     EXPECT_EQ((Calls{"WaitOnEvent 500"}), run.platform.m_calls);
 }
 
+TEST(CommandHandlerTest, CancelOperationHidesThePromptBeforeItCancels)
+{
+    Handler run;
+    run.platform.m_hasPrompt = true;
+    run.link.m_block.flags = kFlagCancellable;
+    run.link.m_onSignal = [&run](CFakeCoreLink&, std::uint32_t code) {
+        run.platform.m_calls.push_back("request " + std::to_string(code));
+    };
+
+    EXPECT_EQ(0u, run.Make().CancelOperation());
+
+    EXPECT_EQ((Calls{"Send MSG_WM_HIDEPROMPT 1 0", "request 6", "WaitOnEvent 500"}), run.platform.m_calls);
+}
+
 TEST(CommandHandlerTest, MissingMembersAnswerArgumentMissing)
 {
     Handler run;
@@ -299,6 +314,10 @@ TEST(CommandHandlerTest, StoreLoginDataWithLongAndBrokenTextsStaysInsideTheBlock
 
     EXPECT_EQ(259u, std::strlen(run.link.m_block.requestUser));
     EXPECT_STREQ("A", run.link.m_block.requestDisplay);
+    // The user field's name ends at its NUL; the script and the value list stay inside their fields.
+    EXPECT_EQ(std::string("<S>+<DCH>u<FV><SV><\\FV><TAB>+<DCH>p<FV><SV><\\FV>+<OK>+<QL>+"),
+              run.link.m_block.fieldScript);
+    EXPECT_EQ(5u, run.link.m_block.valueCount);
 }
 
 TEST(CommandHandlerTest, CheckAndValidateWhileAValidationRunsFailsAtOnce)
@@ -335,10 +354,22 @@ TEST(CommandHandlerTest, CheckAndValidateAsksForTheSiteKeyOfTheRegistrableDomain
     Handler run(kCheckRequest);
     run.CoreAnswers(false);
 
-    run.Make().CheckAndValidate();
+    EXPECT_EQ(3u, run.Make().CheckAndValidate()); // neither a fill nor a pending validation
 
     EXPECT_STREQ("EXAMPLE.COM::pwd", run.link.m_block.requestKey);
     EXPECT_EQ(1, run.link.m_resetCount);
+}
+
+TEST(CommandHandlerTest, CheckAndValidateOfAPageWithoutDomainFailsAfterClearingTheBlock)
+{
+    Handler run("{\"DocumentTitle\":\"t\",\"WebUrl\":\"about:blank\",\"unamefield\":\"u\",\"passfieldname\":\"p\"}");
+    std::strcpy(run.link.m_block.fieldScript, "<S>+stale");
+
+    EXPECT_EQ(3u, run.Make().CheckAndValidate());
+
+    EXPECT_EQ(1, run.link.m_resetCount);
+    EXPECT_STREQ("", run.link.m_block.fieldScript);
+    EXPECT_TRUE(run.link.m_signals.empty());
 }
 
 TEST(CommandHandlerTest, CheckAndValidateWithAnEmptyFillScriptFails)
@@ -459,6 +490,7 @@ TEST(CommandHandlerTest, IsPageRememberedForAnUnenrolledUserInImmersiveChromeFai
     EXPECT_EQ(3u, run.Make().IsPageRemembered());
 
     EXPECT_EQ(0, run.link.m_validateCount);
+    EXPECT_EQ("null", run.Reply());
 }
 
 TEST(CommandHandlerTest, IsPageRememberedWhileAValidationRunsFails)
@@ -690,11 +722,27 @@ TEST(CommandHandlerTest, KeyeventCutsCodesToSixteenBits)
 
 TEST(CommandHandlerTest, KeyeventThatIsNotAnArraySendsNothing)
 {
-    Handler run("{\"vk\":65,\"sleep\":0}");
+    for (const char* text : {"{\"vk\":65,\"sleep\":0}", "{\"vk\":{\"a\":65,\"b\":66},\"sleep\":0}",
+                             "{\"vk\":\"AB\",\"sleep\":0}", "{\"vk\":null,\"sleep\":0}"})
+    {
+        Handler run(text);
+
+        EXPECT_EQ(0u, run.Make().PlayKeys()) << text;
+
+        EXPECT_TRUE(run.keys.m_events.empty()) << text;
+    }
+}
+
+TEST(CommandHandlerTest, KeyeventPausesNoMoreThanTenSecondsInAll)
+{
+    Handler run(("{\"vk\":[" + std::string("65,", 3) + "65,65,65,65,65,65,65,65,65,65,65,65],\"sleep\":1000}").c_str());
 
     EXPECT_EQ(0u, run.Make().PlayKeys());
 
-    EXPECT_TRUE(run.keys.m_events.empty());
+    const auto pauses = std::count(run.keys.m_events.begin(), run.keys.m_events.end(), "pause 1000");
+    const auto keys = std::count(run.keys.m_events.begin(), run.keys.m_events.end(), "down 65");
+    EXPECT_EQ(10, pauses);
+    EXPECT_EQ(13, keys);
 }
 
 TEST(CommandHandlerTest, KeyeventWithAnElementThatIsNotANumberTypesNothing)

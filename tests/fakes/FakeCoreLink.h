@@ -57,18 +57,7 @@ public:
             m_resetUnderLock = true;
         if (!m_mapped)
             return;
-        m_block.hostContext = 0;
-        m_block.hostWindow = 0;
-        std::memset(m_block.field0, 0, sizeof(m_block.field0));
-        std::memset(m_block.requestUser, 0, sizeof(m_block.requestUser));
-        std::memset(m_block.requestKey, 0, sizeof(m_block.requestKey));
-        std::memset(m_block.requestDisplay, 0, sizeof(m_block.requestDisplay));
-        std::memset(m_block.fieldScript, 0, sizeof(m_block.fieldScript));
-        std::memset(m_block.valueScript, 0, sizeof(m_block.valueScript));
-        m_block.valueCount = 0;
-        m_block.flags = 0;
-        m_block.requestCode = kRequestIsKnown;
-        m_block.result = kResultPending;
+        ResetBlockFields(m_block);
     }
 
     std::int32_t ValidateUser() override

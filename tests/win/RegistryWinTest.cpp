@@ -1,7 +1,12 @@
 #include "config/RegistryWin.h"
 
+#include "commands/CommandHandler.h"
 #include "config/ProductSettings.h"
 #include "config/RegKey.h"
+#include "tests/fakes/FakeCoreLink.h"
+#include "tests/fakes/FakeHandlerPlatform.h"
+#include "tests/fakes/FakeLogSink.h"
+#include "tests/fakes/RecordingKeySender.h"
 
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -221,4 +226,47 @@ TEST(RegistryWinOverrideTest, InstallDirOfTheWrongTypeIsNotInstalled)
     ProductInfo info;
 
     EXPECT_FALSE(settings.Load(info));
+}
+
+TEST_F(RegistryWinTest, TheValueCountCountsEveryValue)
+{
+    ASSERT_EQ(kRegOk, m_key.SetStringValue("1", "bank"));
+    ASSERT_EQ(kRegOk, m_key.SetStringValue("3", "mail"));
+    ASSERT_EQ(kRegOk, m_key.SetDWORDValue("other", 7));
+    std::uint32_t count = 0;
+
+    ASSERT_EQ(kRegOk, m_registry.QueryValueCount(m_key.Handle(), count));
+
+    EXPECT_EQ(3u, count);
+}
+
+TEST(RegistryWinSkipListTest, TheSkipListIsReadFromTheMachineThenTheUser)
+{
+    CHiveOverride machine(HKEY_LOCAL_MACHINE, "Software\\LvbhoSkipListMachine");
+    CHiveOverride user(HKEY_CURRENT_USER, "Software\\LvbhoSkipListUser");
+    ASSERT_TRUE(machine.Ok());
+    ASSERT_TRUE(user.Ok());
+    CRegistryWin registry;
+    {
+        CRegKey key(registry);
+        ASSERT_EQ(kRegOk, key.Create(kHkeyLocalMachine, kSkipListKey, kKeyReadWrite | kKeyWow64_64Key));
+        ASSERT_EQ(kRegOk, key.SetStringValue("1", "intranet"));
+        CRegKey userKey(registry);
+        ASSERT_EQ(kRegOk, userKey.Create(kHkeyCurrentUser, kSkipListKey));
+        ASSERT_EQ(kRegOk, userKey.SetStringValue("1", "bank"));
+        ASSERT_EQ(kRegOk, userKey.SetStringValue("2", "Mail"));
+        ASSERT_EQ(kRegOk, userKey.SetStringValue("4", "lost"));
+    }
+    JsonCPPWrapper request;
+    CFakeHandlerPlatform platform;
+    CFakeCoreLink link;
+    CFakeLogSink sink;
+    CDebugLog log(sink);
+    CRecordingKeySender keys;
+    const HandlerServices services{platform, link, registry, keys, log, false};
+
+    CLVBHOCommandHandler handler(request, services);
+
+    // Three values under the user's key: "1" to "3" are asked for, so "4" is never read.
+    EXPECT_EQ((std::vector<std::string>{"INTRANET", "BANK", "MAIL"}), handler.SkipList());
 }

@@ -196,6 +196,14 @@ void CSimApp::Answer(const SimBlockView& request)
                               .AddUnsigned("flags", answer.flags)
                               .AddBool("fill", answer.writeFill)
                               .AddBool("stored", answer.vaultChanged));
+
+    // A verification that ends at once, while the host still waits for the pending validation's outcome.
+    if (answer.setHostContext && !m_pushOnPending.empty())
+    {
+        const std::vector<std::string> words = std::move(m_pushOnPending);
+        m_pushOnPending.clear();
+        RunPushCopyData(words);
+    }
 }
 
 void CSimApp::SaveVaultIfAsked()

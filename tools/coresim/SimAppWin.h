@@ -48,6 +48,9 @@ private:
     std::string RunRelease();
     std::string RunDump();
     std::string RunBlock(const std::vector<std::string>& words);
+    std::string RunOnPending(const std::vector<std::string>& words);
+    // The "push copydata" words to run once after the next validation left pending.
+    std::vector<std::string> m_pushOnPending;
     // Writes the not-enrolled setting into the block's flags.
     void ShowEnrolment();
     // The host window of the last request or push, for pushes after a host has cleared the block.

@@ -61,22 +61,6 @@ void AddBlockFields(CJsonLine& line, const SimBlockView& view)
         .AddUnsigned("result", view.result);
 }
 
-void ResetBlock(BHOSharedData& block)
-{
-    block.hostContext = 0;
-    block.hostWindow = 0;
-    std::memset(block.field0, 0, sizeof(block.field0));
-    std::memset(block.requestKey, 0, sizeof(block.requestKey));
-    std::memset(block.requestDisplay, 0, sizeof(block.requestDisplay));
-    std::memset(block.requestUser, 0, sizeof(block.requestUser));
-    std::memset(block.fieldScript, 0, sizeof(block.fieldScript));
-    std::memset(block.valueScript, 0, sizeof(block.valueScript));
-    block.valueCount = 0;
-    block.result = kResultPending;
-    block.flags = 0;
-    block.requestCode = kRequestIsKnown;
-}
-
 void WriteFillScript(BHOSharedData& block, const std::string& siteKey, const SimFillScript& script)
 {
     WriteFixed(block.requestKey, sizeof(block.requestKey), siteKey);

@@ -41,8 +41,5 @@ SimBlockView DecodeBlock(const BHOSharedData& block);
 // Adds the view's fields, named as in BHOSharedData ("values" for the value list), to `line`.
 void AddBlockFields(CJsonLine& line, const SimBlockView& view);
 
-// The state the host leaves when it creates the block; field3 is left alone, as the host does.
-void ResetBlock(BHOSharedData& block);
-
 // Writes the script and `siteKey` into the block; the value list is cut at its field's size.
 void WriteFillScript(BHOSharedData& block, const std::string& siteKey, const SimFillScript& script);

@@ -44,6 +44,8 @@ std::string CSimApp::RunCommand(const std::vector<std::string>& words)
         return RunDump();
     if (verb == "block")
         return RunBlock(words);
+    if (verb == "onpending")
+        return RunOnPending(words);
     if (verb == "quit")
     {
         m_quit = true;
@@ -93,6 +95,15 @@ std::string CSimApp::RunVault(const std::vector<std::string>& words)
         return "ok";
     }
     return "error vault takes add or save";
+}
+
+std::string CSimApp::RunOnPending(const std::vector<std::string>& words)
+{
+    // "onpending push copydata ...": the push runs once, right after the next validation left pending.
+    if (words.size() < 3 || words[1] != "push" || words[2] != "copydata")
+        return "error usage: onpending push copydata DEVID STATUS STRDEVID MESSAGE [TEXT2]";
+    m_pushOnPending.assign(words.begin() + 1, words.end());
+    return "ok";
 }
 
 std::string CSimApp::RunBlock(const std::vector<std::string>& words)

@@ -64,7 +64,7 @@ bool CSimObjects::Open(std::string& error)
     if (m_createdBlock)
     {
         CSimBlockLock lock(*this);
-        ResetBlock(Block());
+        ResetBlockFields(Block());
     }
     return true;
 }
