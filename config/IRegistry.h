@@ -15,6 +15,7 @@ constexpr RegResult kRegInvalidData = 13;
 constexpr RegResult kRegInvalidParameter = 87;
 constexpr RegResult kRegCallNotImplemented = 120;
 constexpr RegResult kRegMoreData = 234;
+constexpr RegResult kRegNoMoreItems = 259;
 
 // The predefined roots, with the values Windows gives them (sign-extended on 64-bit).
 constexpr RegHandle kHkeyClassesRoot = static_cast<RegHandle>(static_cast<std::intptr_t>(INT32_C(-2147483647) - 1));
@@ -53,6 +54,10 @@ public:
     virtual RegResult DeleteValue(RegHandle key, const char* name) = 0;
     // RegQueryInfoKeyA's count of values.
     virtual RegResult QueryValueCount(RegHandle key, std::uint32_t& count) = 0;
+    // RegEnumValueA: the value at `index`. `nameSize` is in/out in characters (without the NUL on the way out);
+    // `type`, `data` and `dataSize` may be null, `dataSize` in/out in bytes as in the Win32 call.
+    virtual RegResult EnumValue(RegHandle key, std::uint32_t index, char* name, std::uint32_t* nameSize,
+                                std::uint32_t* type, std::uint8_t* data, std::uint32_t* dataSize) = 0;
     // RegDeleteKeyExA with the view flags where the system has it, RegDeleteKeyA otherwise.
     virtual RegResult DeleteKey(RegHandle parent, const char* subKey, std::uint32_t viewFlags) = 0;
 

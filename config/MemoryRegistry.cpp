@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstring>
+#include <iterator>
 
 namespace
 {
@@ -172,6 +173,41 @@ RegResult CMemoryRegistry::QueryValueCount(RegHandle key, std::uint32_t& count)
     return kRegOk;
 }
 
+RegResult CMemoryRegistry::EnumValue(RegHandle key, std::uint32_t index, char* name, std::uint32_t* nameSize,
+                                     std::uint32_t* type, std::uint8_t* data, std::uint32_t* dataSize)
+{
+    Node* node = NodeFor(key);
+    if (node == nullptr)
+        return kRegInvalidHandle;
+    if (index >= node->values.size())
+        return kRegNoMoreItems;
+    const Value& value = std::next(node->values.begin(), index)->second;
+    if (name == nullptr || nameSize == nullptr)
+        return kRegInvalidParameter;
+    if (*nameSize <= value.name.size())
+        return kRegMoreData;
+    std::copy(value.name.begin(), value.name.end(), name);
+    name[value.name.size()] = '\0';
+    *nameSize = static_cast<std::uint32_t>(value.name.size());
+    if (type)
+        *type = value.type;
+    const auto length = static_cast<std::uint32_t>(value.data.size());
+    if (data != nullptr)
+    {
+        if (dataSize == nullptr)
+            return kRegInvalidParameter;
+        if (*dataSize < length)
+        {
+            *dataSize = length;
+            return kRegMoreData;
+        }
+        std::copy(value.data.begin(), value.data.end(), data);
+    }
+    if (dataSize)
+        *dataSize = length;
+    return kRegOk;
+}
+
 RegResult CMemoryRegistry::QueryValue(RegHandle key, const char* name, std::uint32_t* type, std::uint8_t* data,
                                       std::uint32_t* size)
 {
@@ -206,11 +242,13 @@ RegResult CMemoryRegistry::SetValue(RegHandle key, const char* name, std::uint32
     Node* node = NodeFor(key);
     if (node == nullptr)
         return kRegInvalidHandle;
-    Value value;
+    Value& value = node->values[Upper(name ? name : "")];
+    if (value.name.empty())
+        value.name = name ? name : "";
     value.type = type;
+    value.data.clear();
     if (data != nullptr)
         value.data.assign(data, data + size);
-    node->values[Upper(name ? name : "")] = std::move(value);
     return kRegOk;
 }
 
@@ -330,7 +368,7 @@ void CMemoryRegistry::SetDword(const std::string& path, const std::string& name,
 void CMemoryRegistry::SetRaw(const std::string& path, const std::string& name, std::uint32_t type,
                              std::vector<std::uint8_t> data)
 {
-    MakePath(path).values[Upper(name)] = Value{type, std::move(data)};
+    MakePath(path).values[Upper(name)] = Value{type, std::move(data), name};
 }
 
 bool CMemoryRegistry::HasKey(const std::string& path) const

@@ -71,6 +71,23 @@ RegResult CRegistryWin::QueryValueCount(RegHandle key, std::uint32_t& count)
     return result;
 }
 
+RegResult CRegistryWin::EnumValue(RegHandle key, std::uint32_t index, char* name, std::uint32_t* nameSize,
+                                  std::uint32_t* type, std::uint8_t* data, std::uint32_t* dataSize)
+{
+    DWORD nameChars = nameSize ? *nameSize : 0;
+    DWORD valueType = 0;
+    DWORD bytes = dataSize ? *dataSize : 0;
+    const LONG result = ::RegEnumValueA(ToHkey(key), index, name, &nameChars, nullptr, &valueType, data,
+                                        dataSize ? &bytes : nullptr);
+    if (nameSize)
+        *nameSize = nameChars;
+    if (type)
+        *type = valueType;
+    if (dataSize)
+        *dataSize = bytes;
+    return result;
+}
+
 RegResult CRegistryWin::QueryValue(RegHandle key, const char* name, std::uint32_t* type, std::uint8_t* data,
                                    std::uint32_t* size)
 {

@@ -11,6 +11,8 @@ public:
                         std::uint32_t* disposition) override;
     RegResult CloseKey(RegHandle key) override;
     RegResult QueryValueCount(RegHandle key, std::uint32_t& count) override;
+    RegResult EnumValue(RegHandle key, std::uint32_t index, char* name, std::uint32_t* nameSize, std::uint32_t* type,
+                        std::uint8_t* data, std::uint32_t* dataSize) override;
     RegResult QueryValue(RegHandle key, const char* name, std::uint32_t* type, std::uint8_t* data,
                          std::uint32_t* size) override;
     RegResult SetValue(RegHandle key, const char* name, std::uint32_t type, const std::uint8_t* data,
