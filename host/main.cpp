@@ -9,7 +9,8 @@
 #include "messaging/StdStreamsWin.h"
 #include "messaging/TextCodecWin.h"
 #include "messaging/Utf8Name.h"
-#include "registration/UnavailableRegistration.h"
+#include "registration/Registration.h"
+#include "registration/RegistrationPlatformWin.h"
 
 int main()
 {
@@ -23,8 +24,10 @@ int main()
     CLogSinkWin logSink;
     CDebugLog log(logSink);
     CHostPlatformWin platform(registry, log);
-    CUnavailableRegistration registration;
     ProcessValues values;
+    // Reads the product values once the entry has loaded them.
+    CRegistrationPlatformWin registrationPlatform;
+    CRegistration registration(registry, registrationPlatform, values.product);
 
     const int exitCode = RunHostEntry(platform, registry, registration, values);
     SetProcessTextCodec(nullptr);

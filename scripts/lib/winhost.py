@@ -94,6 +94,22 @@ class WinePrefix:
     def reg(self, *args):
         return self._quiet(["wine", "reg", *args])
 
+    def reg_values(self, key, view=64):
+        """The values of `key` in the 64- or 32-bit view as {name: (type, data)}; None when the key is missing.
+        The default value is named ""."""
+        result = subprocess.run(["wine", "reg", "query", key, f"/reg:{view}"], env=self.env,
+                                stdin=subprocess.DEVNULL, capture_output=True)
+        if result.returncode != 0:
+            return None
+        values = {}
+        for line in result.stdout.decode("latin-1").splitlines():
+            if not line.startswith("    "):
+                continue
+            parts = line.strip().split("    ")
+            name, kind, data = (parts + ["", ""])[:3]
+            values["" if name == "(Default)" else name] = (kind, data.strip())
+        return values
+
     def install_product(self, install_dir="C:\\Program Files\\Lumivar\\", oem=55, pmode=1, product_ver="9.4.0",
                         web_version="9.4.0.12", build_number="2026.11.3", release=4):
         esc = install_dir.replace("\\", "\\\\")
@@ -124,7 +140,7 @@ class HostRun:
         return bodies
 
 
-def run_host(prefix, exe, stdin_bytes=b"", args=(), timeout=60, close_stdin=True, env=None):
+def run_host(prefix, exe, stdin_bytes=b"", args=(), timeout=60, close_stdin=True, env=None, cwd=None):
     """Runs the host with `stdin_bytes` on its input; returns its output and exit code.
 
     With close_stdin False the input stays open after the bytes, as a browser keeps it: a host that enters its
@@ -133,7 +149,7 @@ def run_host(prefix, exe, stdin_bytes=b"", args=(), timeout=60, close_stdin=True
     run_env = dict(prefix.env)
     run_env.update(env or {})
     process = subprocess.Popen(["wine", str(exe), *args], env=run_env, stdin=subprocess.PIPE,
-                               stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+                               stdout=subprocess.PIPE, stderr=subprocess.PIPE, cwd=cwd)
     out, err = [], []
 
     def pump(stream, sink):

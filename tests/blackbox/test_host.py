@@ -30,6 +30,8 @@ BOUNDED_PEAK_KIB = 48 * 1024
 
 
 def run(stdin_bytes=b"", args=(), **kwargs):
+    # Registration switches write into the working directory: keep that inside the prefix.
+    kwargs.setdefault("cwd", str(PREFIX.drive_c))
     return winhost.run_host(PREFIX, EXE, stdin_bytes, args, **kwargs)
 
 

@@ -1,0 +1,45 @@
+#pragma once
+// IPolicyStore over the system's local Group Policy object (IGroupPolicyObject from gpedit.h).
+
+#include "framework/Unique.h"
+#include "registration/IPolicyStore.h"
+
+struct IGroupPolicyObject;
+
+// One reference to the Group Policy object; Close releases it.
+struct GroupPolicyObjectTraits
+{
+    using Type = IGroupPolicyObject*;
+    static Type None() { return nullptr; }
+    static bool IsValid(Type object) { return object != nullptr; }
+    static void Close(Type object);
+};
+
+// A key the Group Policy object handed out; the receiver closes it.
+struct PolicyKeyTraits
+{
+    using Type = HKEY;
+    static Type None() { return nullptr; }
+    static bool IsValid(Type key) { return key != nullptr; }
+    static void Close(Type key) { ::RegCloseKey(key); }
+};
+
+class CPolicyStoreWin : public IPolicyStore
+{
+public:
+    CPolicyStoreWin() = default;
+    CPolicyStoreWin(const CPolicyStoreWin&) = delete;
+    CPolicyStoreWin& operator=(const CPolicyStoreWin&) = delete;
+
+    // A second call drops what the first one opened before trying again; on failure nothing stays open.
+    [[nodiscard]] bool OpenMachinePolicy() override;
+    // Borrowed: the key stays owned by this object and is closed with it.
+    RegHandle MachineKey() override;
+    // False as well when the policy is not open or `toolGuid` is not a braced GUID.
+    [[nodiscard]] bool Save(const char* toolGuid) override;
+
+private:
+    // The key is declared after the object, so it is closed before the object is released.
+    CUnique<GroupPolicyObjectTraits> m_policy;
+    CUnique<PolicyKeyTraits> m_machineKey;
+};

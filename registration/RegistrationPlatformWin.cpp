@@ -1,0 +1,87 @@
+#include "registration/RegistrationPlatformWin.h"
+
+#include "registration/PolicyStoreWin.h"
+
+#include <windows.h>
+
+#include <knownfolders.h>
+#include <shellapi.h>
+#include <shlobj.h>
+
+#include <cstdio>
+
+namespace
+{
+std::string Narrow(const wchar_t* text)
+{
+    const int length = ::WideCharToMultiByte(CP_ACP, 0, text, -1, nullptr, 0, nullptr, nullptr);
+    if (length <= 1)
+        return std::string();
+    std::string narrow(static_cast<std::size_t>(length), '\0');
+    ::WideCharToMultiByte(CP_ACP, 0, text, -1, &narrow[0], length, nullptr, nullptr);
+    narrow.resize(static_cast<std::size_t>(length - 1));
+    return narrow;
+}
+} // namespace
+
+std::string CRegistrationPlatformWin::CurrentDirectory()
+{
+    char directory[MAX_PATH + 1] = {};
+    ::GetCurrentDirectoryA(MAX_PATH, directory);
+    return directory;
+}
+
+bool CRegistrationPlatformWin::WriteFile(const std::string& name, const std::string& text)
+{
+    std::FILE* file = std::fopen(name.c_str(), "w");
+    if (!file)
+        return false;
+    const bool written = std::fwrite(text.data(), 1, text.size(), file) == text.size();
+    return std::fclose(file) == 0 && written;
+}
+
+bool CRegistrationPlatformWin::LocalAppDataFolder(std::string& path)
+{
+    PWSTR folder = nullptr;
+    const HRESULT result = ::SHGetKnownFolderPath(FOLDERID_LocalAppData, 0, nullptr, &folder);
+    if (SUCCEEDED(result))
+        path = Narrow(folder);
+    ::CoTaskMemFree(folder);
+    return SUCCEEDED(result) && !path.empty();
+}
+
+std::vector<FolderEntry> CRegistrationPlatformWin::ListFolder(const std::string& path)
+{
+    std::vector<FolderEntry> entries;
+    WIN32_FIND_DATAA found{};
+    HANDLE search = ::FindFirstFileA((path + "\\*.*").c_str(), &found);
+    if (search == INVALID_HANDLE_VALUE)
+        return entries;
+    do
+        entries.push_back({found.cFileName, (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0});
+    while (::FindNextFileA(search, &found));
+    ::FindClose(search);
+    return entries;
+}
+
+std::string CRegistrationPlatformWin::PreferredUiLanguage()
+{
+    ULONG count = 0;
+    ULONG size = 0;
+    if (!::GetUserPreferredUILanguages(MUI_LANGUAGE_NAME, &count, nullptr, &size) || size == 0)
+        return std::string();
+    std::wstring names(size, L'\0');
+    if (!::GetUserPreferredUILanguages(MUI_LANGUAGE_NAME, &count, &names[0], &size) || count == 0)
+        return std::string();
+    return Narrow(names.c_str()); // the first name of the list
+}
+
+void CRegistrationPlatformWin::OpenInChrome(const std::string& address)
+{
+    ::ShellExecuteA(nullptr, nullptr, "chrome.exe", address.c_str(), nullptr, SW_SHOWMAXIMIZED);
+}
+
+std::unique_ptr<IPolicyStore> CRegistrationPlatformWin::CreatePolicyStore()
+{
+    return std::make_unique<CPolicyStoreWin>();
+}
