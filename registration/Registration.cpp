@@ -16,6 +16,7 @@ constexpr std::uint32_t kAccess64 = kKeyReadWrite | kKeyWow64_64Key; // 0x2011F
 constexpr std::uint32_t kAccess32 = kKeyReadWrite | kKeyWow64_32Key; // 0x2021F
 constexpr std::uint32_t kQueryAndSet = 3;
 constexpr std::uint32_t kMaxValueName = 16384;
+constexpr std::uint32_t kMaxEntryData = 64 * 1024;
 
 bool EqualsIgnoringCase(const std::string& a, const std::string& b)
 {
@@ -59,6 +60,8 @@ bool FindForcelistEntry(IRegistry& registry, RegHandle key, const std::string& n
         std::uint32_t dataSize = 0;
         if (registry.EnumValue(key, index, name.data(), &nameSize, nullptr, nullptr, &dataSize) != kRegOk)
             return false;
+        if (dataSize > kMaxEntryData)
+            continue; // far too long for an entry of ours; not read
         std::vector<std::uint8_t> data(dataSize + 1);
         nameSize = kMaxValueName + 1;
         if (registry.EnumValue(key, index, name.data(), &nameSize, nullptr, data.data(), &dataSize) != kRegOk)
@@ -77,6 +80,7 @@ bool FindForcelistEntry(IRegistry& registry, RegHandle key, const std::string& n
 
 bool CRegistration::WriteChromeManifest(const std::string& extensionId)
 {
+    // The edition chooses only when no id is given; a given id serves every edition, 56 included.
     std::string id = extensionId;
     if (id.empty() && !ChromeExtensionIdFor(m_product.oem, id))
         return false;
@@ -134,9 +138,11 @@ bool CRegistration::UnregisterFirefoxHost()
 
 int CRegistration::RegisterNativeApp(const std::string& extensionId)
 {
-    // A Chrome manifest that cannot be written skips Chrome's key, not Firefox's steps.
+    // A Chrome manifest that cannot be written skips Chrome's key; Firefox's key is written whatever became of
+    // its manifest.
     const bool chrome = WriteChromeManifest(extensionId) && RegisterChromeHost();
-    const bool firefox = WriteFirefoxManifest(extensionId) && RegisterFirefoxHost();
+    const bool firefoxManifest = WriteFirefoxManifest(extensionId);
+    const bool firefox = RegisterFirefoxHost() && firefoxManifest;
     return chrome && firefox ? 1 : 0;
 }
 
@@ -162,29 +168,31 @@ int CRegistration::RegisterChromeGPO()
     const std::unique_ptr<IPolicyStore> policy = m_platform.CreatePolicyStore();
     if (!policy || !policy->OpenMachinePolicy())
         return 0;
-    CRegKey forcelist(m_registry);
-    if (forcelist.Create(policy->MachineKey(), kForcelistKey, kQueryAndSet) != kRegOk)
-        return 0;
-
-    ForcelistEntry existing;
-    std::uint32_t count = 0;
-    const bool found = FindForcelistEntry(m_registry, forcelist.Handle(), kPolicyExtensionId, existing, count);
-    if (found)
     {
-        // The same entry again writes nothing; another one for the extension (another update base) is left alone.
-        return existing.data == entry ? 1 : 0;
-    }
-    // The count names the new value, as it always has: with "1" and "2" present the new entry replaces "2".
-    char name[16];
-    std::snprintf(name, sizeof name, "%d", count == 0 ? 1 : static_cast<int>(count));
-    std::uint8_t data[kForcelistEntrySize] = {};
-    std::memcpy(data, entry.data(), entry.size());
-    if (m_registry.SetValue(forcelist.Handle(), name, kRegSz, data, kForcelistEntrySize) != kRegOk)
-        return 0;
+        // The keys below the policy's are closed before the policy is saved.
+        CRegKey forcelist(m_registry);
+        if (forcelist.Create(policy->MachineKey(), kForcelistKey, kQueryAndSet) != kRegOk)
+            return 0;
 
-    CRegKey chrome(m_registry);
-    if (chrome.Create(policy->MachineKey(), kChromePolicyKey, kQueryAndSet) == kRegOk)
-        static_cast<void>(chrome.SetDWORDValue("PasswordManagerEnabled", 0));
+        ForcelistEntry existing;
+        std::uint32_t count = 0;
+        if (FindForcelistEntry(m_registry, forcelist.Handle(), kPolicyExtensionId, existing, count))
+        {
+            // The same entry again writes nothing; one with another update base is left alone, and that fails.
+            return existing.data == entry ? 1 : 0;
+        }
+        // Deliberately the count, not one more, names the new value: with "1" and "2" there, "2" is replaced.
+        char name[16];
+        std::snprintf(name, sizeof name, "%d", count == 0 ? 1 : static_cast<int>(count));
+        std::uint8_t data[kForcelistEntrySize] = {};
+        std::memcpy(data, entry.data(), entry.size());
+        if (m_registry.SetValue(forcelist.Handle(), name, kRegSz, data, kForcelistEntrySize) != kRegOk)
+            return 0;
+
+        CRegKey chrome(m_registry);
+        if (chrome.Create(policy->MachineKey(), kChromePolicyKey, kQueryAndSet) == kRegOk)
+            static_cast<void>(chrome.SetDWORDValue("PasswordManagerEnabled", 0));
+    }
     return policy->Save(kRegisterToolGuid) ? 1 : 0;
 }
 
@@ -193,17 +201,19 @@ int CRegistration::UnRegisterChromeGPO()
     const std::unique_ptr<IPolicyStore> policy = m_platform.CreatePolicyStore();
     if (!policy || !policy->OpenMachinePolicy())
         return 0;
-    CRegKey forcelist(m_registry);
-    if (forcelist.Open(policy->MachineKey(), kForcelistKey, kKeyAllAccess) != kRegOk)
-        return 0;
-    ForcelistEntry existing;
-    std::uint32_t count = 0;
-    if (!FindForcelistEntry(m_registry, forcelist.Handle(), kPolicyExtensionId, existing, count))
-        return 0;
-    static_cast<void>(forcelist.DeleteValue(existing.name.c_str()));
-    CRegKey chrome(m_registry);
-    if (chrome.Open(policy->MachineKey(), kChromePolicyKey, kKeyAllAccess) == kRegOk)
-        static_cast<void>(chrome.DeleteValue("PasswordManagerEnabled"));
+    {
+        CRegKey forcelist(m_registry);
+        if (forcelist.Open(policy->MachineKey(), kForcelistKey, kKeyAllAccess) != kRegOk)
+            return 0;
+        ForcelistEntry existing;
+        std::uint32_t count = 0;
+        if (!FindForcelistEntry(m_registry, forcelist.Handle(), kPolicyExtensionId, existing, count))
+            return 0;
+        static_cast<void>(forcelist.DeleteValue(existing.name.c_str()));
+        CRegKey chrome(m_registry);
+        if (chrome.Open(policy->MachineKey(), kChromePolicyKey, kKeyAllAccess) == kRegOk)
+            static_cast<void>(chrome.DeleteValue("PasswordManagerEnabled"));
+    }
     // The removal is saved under a tool identifier of its own.
     return policy->Save(kUnregisterToolGuid) ? 1 : 0;
 }

@@ -1,5 +1,6 @@
 #include "registration/RegistrationPlatformWin.h"
 
+#include "framework/Unique.h"
 #include "registration/PolicyStoreWin.h"
 
 #include <windows.h>
@@ -12,6 +13,15 @@
 
 namespace
 {
+struct FindHandleTraits
+{
+    using Type = HANDLE;
+    static Type None() { return INVALID_HANDLE_VALUE; }
+    static bool IsValid(Type h) { return h != INVALID_HANDLE_VALUE && h != nullptr; }
+    static void Close(Type h) { ::FindClose(h); }
+};
+using CFindHandle = CUnique<FindHandleTraits>;
+
 std::string Narrow(const wchar_t* text)
 {
     const int length = ::WideCharToMultiByte(CP_ACP, 0, text, -1, nullptr, 0, nullptr, nullptr);
@@ -54,13 +64,16 @@ std::vector<FolderEntry> CRegistrationPlatformWin::ListFolder(const std::string&
 {
     std::vector<FolderEntry> entries;
     WIN32_FIND_DATAA found{};
-    HANDLE search = ::FindFirstFileA((path + "\\*.*").c_str(), &found);
-    if (search == INVALID_HANDLE_VALUE)
+    CFindHandle search(::FindFirstFileA((path + "\\*.*").c_str(), &found));
+    if (!search.IsValid())
         return entries;
     do
-        entries.push_back({found.cFileName, (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0});
-    while (::FindNextFileA(search, &found));
-    ::FindClose(search);
+    {
+        // A junction or link is not followed: one that points back up would make the search endless.
+        const bool folder = (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 &&
+                            (found.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0;
+        entries.push_back({found.cFileName, folder});
+    } while (::FindNextFileA(search.Get(), &found));
     return entries;
 }
 

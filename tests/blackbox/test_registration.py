@@ -52,12 +52,47 @@ class RegistrationCase(unittest.TestCase):
     def switch(self, *switches, cwd=None, env=None):
         result = winhost.run_host(PREFIX, EXE, args=["-" + s for s in switches], close_stdin=False, timeout=60,
                                   cwd=str(cwd or self.install), env=env)
-        self.assertEqual(0, result.returncode)
-        self.assertEqual(b"", result.stdout)
+        self.assertEqual((0, b""), (result.returncode, result.stdout), result.stderr[-2000:])
         return result
 
 
+CHROME_IDS = {5: "kembcdlbgbcnnchcnbdhbmbhbejnedjf", 55: "dgldcbgpnkooljhfhcjpkojcdnfkepnb",
+              59: "ckklpoccipcbjojmlaolfdpbgjehmmpc", 60: "fomieninlmhecfehhapfijaenlkebomm",
+              7: "mmdpmbgcgofdkbdaedlacgmeillpddpo"}
+FIREFOX_IDS = {5: "EdEsca_ffext@lvbho", 55: "EdHalo_ffext@lvbho", 56: "EdHalo_ffext@lvbho", 59: "EdDuna_ffext@lvbho",
+               60: "EdGiro_ffext@lvbho", 7: "EdHalo_ffext@lvbho"}
+
+
 class NativeAppTest(RegistrationCase):
+    def test_each_edition_writes_its_manifests_byte_for_byte(self):
+        for edition, firefox_id in FIREFOX_IDS.items():
+            with self.subTest(edition=edition):
+                PREFIX.install_product(install_dir=INSTALL_DIR, oem=edition)
+                for name in self.install.glob("*.json"):
+                    name.unlink()
+
+                self.switch("RegisterNativeApp")
+
+                chrome = self.install / "com.google.chrome.lvbhohost-win.json"
+                if edition == 56:
+                    self.assertFalse(chrome.exists())
+                else:
+                    self.assertEqual(('{"allowed_origins":["chrome-extension://%s/"],"description":"Chrome Native '
+                                      'Messaging LVBHO Host","name":"com.google.chrome.lvbhohost","path":'
+                                      '"lvbhohost.exe","type":"stdio"}' % CHROME_IDS[edition]).encode(),
+                                     chrome.read_bytes())
+                self.assertEqual(('{"allowed_extensions":["%s"],"description":"Firefox Native Messaging LVBHO Host",'
+                                  '"name":"com.mozilla.firefox.lvbhohost","path":"lvbhohost.exe","type":"stdio"}'
+                                  % firefox_id).encode(),
+                                 (self.install / "com.mozilla.firefox.lvbhohost-win.json").read_bytes())
+
+    def test_a_longer_manifest_already_there_is_replaced_whole(self):
+        (self.install / "com.google.chrome.lvbhohost-win.json").write_text("x" * 4000)
+
+        self.switch("RegisterNativeApp")
+
+        self.assertTrue((self.install / "com.google.chrome.lvbhohost-win.json").read_text().endswith('"stdio"}'))
+
     def test_register_writes_both_manifests_and_points_the_keys_at_them(self):
         self.assertIsNone(PREFIX.reg_values(CHROME_HOST))
 
@@ -85,6 +120,7 @@ class NativeAppTest(RegistrationCase):
         self.assertIsNone(PREFIX.reg_values(CHROME_HOST))
         self.assertIsNone(PREFIX.reg_values(FIREFOX_HOST))
         self.assertTrue((self.install / "com.google.chrome.lvbhohost-win.json").exists())
+        self.assertTrue((self.install / "com.mozilla.firefox.lvbhohost-win.json").exists())
 
     def test_register_wins_over_unregister_given_together(self):
         self.switch("UnRegisterNativeApp", "RegisterNativeApp")
@@ -243,12 +279,35 @@ class ChromePolicyTest(RegistrationCase):
         self.assertIn("tool={75FDA387-C370-4D62-A9CF-BD4A97257667}", self.saves()[-1])
 
     def test_unregistering_an_absent_entry_changes_nothing(self):
+        PREFIX.reg("add", FORCELIST, "/v", "1", "/d", "otherextension;http://other.example/update.xml", "/f")
         PREFIX.reg("add", CHROME_POLICY, "/v", "PasswordManagerEnabled", "/t", "REG_DWORD", "/d", "0", "/f")
 
         self.switch("UnRegisterChromeGPO")
 
         self.assertIn("PasswordManagerEnabled", PREFIX.reg_values(CHROME_POLICY))
+        self.assertEqual(["1"], list(PREFIX.reg_values(FORCELIST)))
         self.assertEqual([], self.saves())
+
+    def test_an_entry_with_another_update_base_makes_registration_fail_without_changes(self):
+        old = "ppjcedkipfagleajcilflhkhghmhgpla;http://old.example/chrome-ext/EdBrio/update.xml"
+        PREFIX.reg("add", FORCELIST, "/v", "1", "/d", old, "/f")
+
+        self.switch("RegisterChromeGPO")
+
+        self.assertEqual({"1": ("REG_SZ", old)}, PREFIX.reg_values(FORCELIST))
+        self.assertNotIn("PasswordManagerEnabled", PREFIX.reg_values(CHROME_POLICY))
+        self.assertEqual([], self.saves())
+
+    def test_the_new_entry_is_named_by_the_count_of_values_not_one_more(self):
+        PREFIX.reg("add", FORCELIST, "/v", "1", "/d", "aaaa;http://a.example/update.xml", "/f")
+        PREFIX.reg("add", FORCELIST, "/v", "2", "/d", "bbbb;http://b.example/update.xml", "/f")
+
+        self.switch("RegisterChromeGPO")
+
+        forcelist = PREFIX.reg_values(FORCELIST)
+        self.assertEqual(["1", "2"], sorted(forcelist))
+        self.assertTrue(forcelist["2"][1].startswith("ppjcedkipfagleajcilflhkhghmhgpla;"))
+        self.assertEqual(1, len(self.saves()))
 
     def test_without_a_group_policy_object_the_switch_fails_quietly(self):
         PREFIX.reg("delete", r"HKCR\CLSID\{EA502722-A23D-11D1-A7D3-0000F87571E3}", "/f")

@@ -1,5 +1,6 @@
 #include "registration/Registration.h"
 
+#include "config/RegKey.h"
 #include "registration/Deployment.h"
 #include "registration/Editions.h"
 #include "registration/Manifests.h"
@@ -92,7 +93,7 @@ TEST(RegistrationTest, EditionFiftySixRegistersFirefoxButNotChrome)
     EXPECT_EQ(kFirefoxManifestPath, run.Text(kFirefoxHostKey, ""));
 }
 
-TEST(RegistrationTest, AnExplicitIdReplacesTheEditionsChoiceForBothBrowsers)
+TEST(RegistrationTest, AnExplicitIdReplacesTheEditionsChoiceForBothBrowsersEvenInEditionFiftySix)
 {
     Installed run(56);
 
@@ -115,7 +116,7 @@ TEST(RegistrationTest, AnotherWorkingDirectoryGetsTheManifestsAndTheKeysPointThe
     EXPECT_EQ("C:\\Elsewhere\\com.mozilla.firefox.lvbhohost-win.json", run.Text(kFirefoxHostKey, ""));
 }
 
-TEST(RegistrationTest, AManifestThatCannotBeWrittenIsNotRegistered)
+TEST(RegistrationTest, AChromeManifestThatCannotBeWrittenIsNotRegisteredWhileFirefoxsKeyIs)
 {
     Installed run(55);
     run.platform.m_filesWritable = false;
@@ -123,7 +124,7 @@ TEST(RegistrationTest, AManifestThatCannotBeWrittenIsNotRegistered)
     EXPECT_EQ(0, run.registration.RegisterNativeApp(""));
 
     EXPECT_FALSE(run.registry.HasKey(kChromeHostKey));
-    EXPECT_FALSE(run.registry.HasKey(kFirefoxHostKey));
+    EXPECT_EQ(kFirefoxManifestPath, run.Text(kFirefoxHostKey, ""));
 }
 
 TEST(RegistrationTest, UnregisteringRemovesTheKeysAndLeavesTheFiles)
@@ -210,7 +211,7 @@ TEST(RegistrationTest, AnEntryWithAnotherUpdateBaseMakesRegistrationFailWithoutC
     EXPECT_TRUE(run.platform.m_saves.empty());
 }
 
-TEST(RegistrationTest, TheNewEntryIsNamedByTheCountOfValuesAsItAlwaysWas)
+TEST(RegistrationTest, TheNewEntryIsNamedByTheCountOfValuesNotOneMore)
 {
     Installed run(55);
     run.registry.SetString(kForcelist, "1", "aaaa;http://a.example/update.xml");
@@ -338,6 +339,21 @@ TEST(RegistrationTest, AFileNamedLikeTheExtensionDoesNotCount)
     EXPECT_EQ((std::vector<std::uint8_t>{0, 0, 0, 0}), run.registry.FindValue(kUserProduct, "ChromeBHO")->data);
 }
 
+TEST(RegistrationTest, TheExtensionFolderCountsDirectlyBelowUserDataAndFarBelow)
+{
+    for (const std::string& folder : {kUserData + "\\dgldcbgpnkooljhfhcjpkojcdnfkepnb",
+                                      kUserData + "\\a\\b\\c\\d\\e\\f\\dgldcbgpnkooljhfhcjpkojcdnfkepnb"})
+    {
+        Installed run(55);
+        run.platform.AddFolder(folder);
+
+        run.registration.CheckBHOInstalled();
+
+        EXPECT_EQ((std::vector<std::uint8_t>{1, 0, 0, 0}), run.registry.FindValue(kUserProduct, "ChromeBHO")->data)
+            << folder;
+    }
+}
+
 TEST(RegistrationTest, TheSearchStopsAtTheFirstFind)
 {
     Installed run(55);
@@ -445,4 +461,35 @@ TEST(RegistrationTest, UnregisteringFirefoxWithNoKeysAtAllFails)
     CRegistration registration(empty, run.platform, run.product);
 
     EXPECT_EQ(0, registration.UnRegisterFFBHO());
+}
+
+TEST(RegistrationTest, TheForcelistSearchMatchesTheIdCaseSensitivelyAndTakesTheFirst)
+{
+    CMemoryRegistry registry;
+    registry.SetString("HKCU\\List", "1", "PPJCEDKIPFAGLEAJCILFLHKHGHMHGPLA;http://upper.example/update.xml");
+    registry.SetString("HKCU\\List", "2", "x;ppjcedkipfagleajcilflhkhghmhgpla;http://first.example/update.xml");
+    registry.SetString("HKCU\\List", "3", "ppjcedkipfagleajcilflhkhghmhgpla;http://second.example/update.xml");
+    CRegKey key(registry);
+    ASSERT_EQ(kRegOk, key.Open(kHkeyCurrentUser, "List", kKeyRead));
+    ForcelistEntry entry;
+    std::uint32_t count = 0;
+
+    ASSERT_TRUE(FindForcelistEntry(registry, key.Handle(), kPolicyExtensionId, entry, count));
+
+    EXPECT_EQ(3u, count);
+    EXPECT_EQ("2", entry.name);
+    EXPECT_EQ("x;ppjcedkipfagleajcilflhkhghmhgpla;http://first.example/update.xml", entry.data);
+}
+
+TEST(RegistrationTest, AnEmptyForcelistHasNoEntryAndCountsZero)
+{
+    CMemoryRegistry registry;
+    CRegKey key(registry);
+    ASSERT_EQ(kRegOk, key.Create(kHkeyCurrentUser, "List"));
+    ForcelistEntry entry;
+    std::uint32_t count = 7;
+
+    EXPECT_FALSE(FindForcelistEntry(registry, key.Handle(), kPolicyExtensionId, entry, count));
+
+    EXPECT_EQ(0u, count);
 }

@@ -16,6 +16,7 @@ struct SeenKey
 {
     DWORD virtualKey;
     DWORD flags;
+    DWORD time;
 };
 
 std::mutex g_seenLock;
@@ -27,7 +28,8 @@ LRESULT CALLBACK RecordKey(int code, WPARAM wParam, LPARAM lParam)
     {
         const auto* key = reinterpret_cast<const KBDLLHOOKSTRUCT*>(lParam);
         std::lock_guard<std::mutex> lock(g_seenLock);
-        g_seen.push_back({key->vkCode, key->flags | (wParam == WM_KEYUP || wParam == WM_SYSKEYUP ? 0x80u : 0u)});
+        g_seen.push_back(
+            {key->vkCode, key->flags | (wParam == WM_KEYUP || wParam == WM_SYSKEYUP ? 0x80u : 0u), key->time});
     }
     return ::CallNextHookEx(nullptr, code, wParam, lParam);
 }
@@ -121,8 +123,11 @@ TEST(KeySenderWinTest, ThePauseComesAfterEachKey)
 
     EXPECT_EQ(0u, KeyEvent(request, keys));
 
-    EXPECT_GE(::GetTickCount() - start, 110u);
-    EXPECT_EQ(2u, watcher.Seen(2).size());
+    // Both pauses are waited (the tick count moves in steps of up to about 16 ms), the first between the keys.
+    EXPECT_GE(::GetTickCount() - start, 100u);
+    const std::vector<SeenKey> seen = watcher.Seen(2);
+    ASSERT_EQ(2u, seen.size());
+    EXPECT_GE(seen[1].time - seen[0].time, 45u);
 }
 
 TEST(KeySenderWinTest, AnEmptyListTypesNothing)

@@ -11,7 +11,9 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <cstring>
 #include <string>
+#include <vector>
 
 namespace
 {
@@ -238,6 +240,47 @@ TEST_F(RegistryWinTest, TheValueCountCountsEveryValue)
     ASSERT_EQ(kRegOk, m_registry.QueryValueCount(m_key.Handle(), count));
 
     EXPECT_EQ(3u, count);
+}
+
+TEST_F(RegistryWinTest, ValuesAreEnumeratedByIndexWithTheirNamesAndData)
+{
+    ASSERT_EQ(kRegOk, m_key.SetStringValue("First", "abc"));
+    ASSERT_EQ(kRegOk, m_key.SetDWORDValue("second", 5));
+    std::vector<std::string> names;
+    for (std::uint32_t index = 0;; ++index)
+    {
+        char name[64] = {};
+        std::uint32_t nameSize = sizeof name;
+        std::uint32_t type = 0;
+        std::uint8_t data[16] = {};
+        std::uint32_t dataSize = sizeof data;
+        const RegResult result = m_registry.EnumValue(m_key.Handle(), index, name, &nameSize, &type, data, &dataSize);
+        if (result == kRegNoMoreItems)
+            break;
+        ASSERT_EQ(kRegOk, result);
+        EXPECT_EQ(std::strlen(name), nameSize);
+        names.push_back(name);
+        if (names.back() == "First")
+        {
+            EXPECT_EQ(kRegSz, type);
+            EXPECT_EQ(4u, dataSize);
+        }
+    }
+
+    EXPECT_EQ((std::vector<std::string>{"First", "second"}), names);
+}
+
+TEST_F(RegistryWinTest, EnumeratingIntoASmallDataBufferAsksForMore)
+{
+    ASSERT_EQ(kRegOk, m_key.SetStringValue("long", "0123456789"));
+    char name[64] = {};
+    std::uint32_t nameSize = sizeof name;
+    std::uint8_t data[4] = {};
+    std::uint32_t dataSize = sizeof data;
+
+    EXPECT_EQ(kRegMoreData, m_registry.EnumValue(m_key.Handle(), 0, name, &nameSize, nullptr, data, &dataSize));
+
+    EXPECT_EQ(11u, dataSize);
 }
 
 TEST(RegistryWinSkipListTest, TheSkipListIsReadFromTheMachineThenTheUser)
