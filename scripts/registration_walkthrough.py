@@ -38,10 +38,12 @@ STEPS = [
 
 
 def listing(prefix, key, view):
-    result = subprocess.run(["wine", "reg", "query", key, "/s", f"/reg:{view}"], env=prefix.env,
-                            stdin=subprocess.DEVNULL, capture_output=True)
-    text = result.stdout.decode("latin-1").replace("\r", "").strip()
-    return text if result.returncode == 0 else "(no such key)"
+    for _ in range(2):  # a reg query right after another Wine process ended now and then fails at once
+        result = subprocess.run(["wine", "reg", "query", key, "/s", f"/reg:{view}"], env=prefix.env,
+                                stdin=subprocess.DEVNULL, capture_output=True)
+        if result.returncode == 0:
+            return result.stdout.decode("latin-1").replace("\r", "").strip() or "(no values, no subkeys)"
+    return "(no such key)"
 
 
 def main():
