@@ -336,6 +336,19 @@ def receive_frame(process, timeout=30):
     return read(length)
 
 
+def run_unittests(argv, prefix):
+    """Runs the calling script's unittest cases against `prefix` and returns the exit code; prints the closing
+    "N passed, N failed" line. A run of no tests at all fails. The simulated installation is removed afterwards."""
+    import unittest
+
+    program = unittest.main(module="__main__", argv=argv, exit=False, verbosity=2)
+    prefix.remove_product()
+    tests = program.result.testsRun
+    failed = len(program.result.failures) + len(program.result.errors)
+    print(f"{tests - failed} passed, {failed} failed")
+    return 0 if program.result.wasSuccessful() and tests > 0 else 1
+
+
 def decode_log(data):
     """Turns the scrambled debug log back into text: CR LF is the line end the file was written with; every other
     byte but 0, 9 and 10 was shifted up by 10."""

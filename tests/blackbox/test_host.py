@@ -749,12 +749,8 @@ def main():
     SIM = Path(args.sim).resolve()
     with winhost.WinePrefix() as prefix:
         PREFIX = prefix
-        program = unittest.main(argv=[sys.argv[0], *rest], exit=False, verbosity=2)
-        PREFIX.remove_product()
-    tests = program.result.testsRun
-    failed = len(program.result.failures) + len(program.result.errors)
-    print(f"{tests - failed} passed, {failed} failed")
-    sys.exit(0 if program.result.wasSuccessful() and tests > 0 else 1)
+        code = winhost.run_unittests([sys.argv[0], *rest], prefix)
+    sys.exit(code)
 
 
 if __name__ == "__main__":
