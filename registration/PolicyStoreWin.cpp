@@ -1,5 +1,7 @@
 #include "registration/PolicyStoreWin.h"
 
+#include "framework/AnsiText.h"
+
 // Load-bearing order: gpedit.h needs HPROPSHEETPAGE, which WIN32_LEAN_AND_MEAN leaves out of windows.h, and
 // initguid.h before it defines CLSID_GroupPolicyObject and IID_IGroupPolicyObject here (no import library has them).
 #include <windows.h>
@@ -21,15 +23,8 @@ static_assert(kGroupPolicyContext == CLSCTX_ALL, "the Group Policy object's crea
 // `text` is a braced GUID such as "{35378EAC-683F-11D2-A89A-00C04FBBCFA2}".
 bool ParseGuid(const char* text, GUID& guid)
 {
-    if (text == nullptr)
-        return false;
-    const int length = ::MultiByteToWideChar(CP_ACP, 0, text, -1, nullptr, 0);
-    if (length <= 1)
-        return false;
-    std::wstring wide(static_cast<std::size_t>(length), L'\0');
-    if (::MultiByteToWideChar(CP_ACP, 0, text, -1, &wide[0], length) != length)
-        return false;
-    return SUCCEEDED(::CLSIDFromString(wide.c_str(), &guid));
+    const std::wstring wide = WidenAnsi(text);
+    return !wide.empty() && SUCCEEDED(::CLSIDFromString(wide.c_str(), &guid));
 }
 } // namespace
 

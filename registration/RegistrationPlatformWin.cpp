@@ -1,5 +1,6 @@
 #include "registration/RegistrationPlatformWin.h"
 
+#include "framework/AnsiText.h"
 #include "framework/Unique.h"
 #include "registration/PolicyStoreWin.h"
 
@@ -21,17 +22,6 @@ struct FindHandleTraits
     static void Close(Type h) { ::FindClose(h); }
 };
 using CFindHandle = CUnique<FindHandleTraits>;
-
-std::string Narrow(const wchar_t* text)
-{
-    const int length = ::WideCharToMultiByte(CP_ACP, 0, text, -1, nullptr, 0, nullptr, nullptr);
-    if (length <= 1)
-        return std::string();
-    std::string narrow(static_cast<std::size_t>(length), '\0');
-    ::WideCharToMultiByte(CP_ACP, 0, text, -1, &narrow[0], length, nullptr, nullptr);
-    narrow.resize(static_cast<std::size_t>(length - 1));
-    return narrow;
-}
 } // namespace
 
 std::string CRegistrationPlatformWin::CurrentDirectory()
@@ -55,7 +45,7 @@ bool CRegistrationPlatformWin::LocalAppDataFolder(std::string& path)
     PWSTR folder = nullptr;
     const HRESULT result = ::SHGetKnownFolderPath(FOLDERID_LocalAppData, 0, nullptr, &folder);
     if (SUCCEEDED(result))
-        path = Narrow(folder);
+        path = NarrowToAnsi(folder);
     ::CoTaskMemFree(folder);
     return SUCCEEDED(result) && !path.empty();
 }
@@ -86,7 +76,7 @@ std::string CRegistrationPlatformWin::PreferredUiLanguage()
     std::wstring names(size, L'\0');
     if (!::GetUserPreferredUILanguages(MUI_LANGUAGE_NAME, &count, &names[0], &size) || count == 0)
         return std::string();
-    return Narrow(names.c_str()); // the first name of the list
+    return NarrowToAnsi(names.c_str()); // the first name of the list
 }
 
 void CRegistrationPlatformWin::OpenInChrome(const std::string& address)
