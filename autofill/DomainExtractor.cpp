@@ -1,5 +1,7 @@
 #include "autofill/DomainExtractor.h"
 
+#include "messaging/AsciiText.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
@@ -36,21 +38,12 @@ bool IsSuffixLabel(const std::string& label)
                        [&label](const char* suffix) { return label == suffix; });
 }
 
-// Only a to z change, whatever the locale, so the same URL gives the same key on every machine.
-std::string AsciiUpper(std::string text)
-{
-    for (char& c : text)
-    {
-        if (c >= 'a' && c <= 'z')
-            c = static_cast<char>(c - 'a' + 'A');
-    }
-    return text;
-}
 } // namespace
 
 bool ExtractDomain(const std::string& url, std::string& domain)
 {
-    const std::string upper = AsciiUpper(url);
+    // Only a to z change, whatever the locale, so the same URL gives the same key on every machine.
+    const std::string upper = ToUpperAscii(url);
     // A plain substring test, not a scheme check: another scheme carrying "http:" in its query passes.
     if (upper.find("HTTP:") == std::string::npos && upper.find("HTTPS:") == std::string::npos)
         return false;

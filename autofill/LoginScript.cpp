@@ -2,6 +2,7 @@
 
 #include "autofill/DomainExtractor.h"
 #include "corelink/MutexLock.h"
+#include "messaging/AsciiText.h"
 #include "messaging/JsonCppWrapper.h"
 
 #include <algorithm>
@@ -13,7 +14,6 @@ namespace
 constexpr std::size_t kShortDisplayName = 16;
 // Field tokens the host writes: "<S>", the user-name field and the password field.
 constexpr std::uint32_t kWrittenEntries = 3;
-constexpr const char* kWhiteSpace = " \t\r\n\v\f";
 
 // The length of `text` up to its NUL, or `limit` when there is none within it: fields in the block need not be
 // terminated.
@@ -62,15 +62,6 @@ void CutAtNul(std::string& text)
         text.resize(nul);
 }
 
-std::string Trim(const std::string& text)
-{
-    const std::size_t first = text.find_first_not_of(kWhiteSpace);
-    if (first == std::string::npos)
-        return std::string();
-    const std::size_t last = text.find_last_not_of(kWhiteSpace);
-    return text.substr(first, last - first + 1);
-}
-
 // The next token of `script` from `position`, skipping runs of "+". At the end it returns the empty token that
 // marks it and clears `more`.
 std::string NextToken(const std::string& script, std::size_t& position, bool& more)
@@ -97,7 +88,7 @@ bool FieldNameOf(const std::string& token, std::string& name)
         name.erase(0, tagEnd + 1);
     const std::size_t nextTag = name.find('<');
     name = nextTag == std::string::npos ? std::string() : name.substr(0, nextTag);
-    name = Trim(name);
+    name = TrimWhiteSpace(name);
     if (name.empty())
         return false;
     if (name.back() == ',')
@@ -171,7 +162,7 @@ std::int32_t ReadLoginScript(LoginScriptTables& tables, ICoreLink& link)
 
     // valueCount is not consulted: items pair with tokens by position.
     const std::string script =
-        Trim(std::string(block->fieldScript, BoundedLength(block->fieldScript, kSharedScriptSize)));
+        TrimWhiteSpace(std::string(block->fieldScript, BoundedLength(block->fieldScript, kSharedScriptSize)));
     if (script.empty())
         return 0;
 

@@ -4,6 +4,7 @@
 #include "config/ProductSettings.h"
 #include "config/RegKey.h"
 #include "corelink/MutexLock.h"
+#include "messaging/AsciiText.h"
 #include "messaging/Responses.h"
 
 #include <algorithm>
@@ -17,14 +18,6 @@ constexpr std::uint32_t kTraceLevel = 52;
 constexpr std::uint32_t kSkipListValueSize = 260;
 // Reading the skip list and the discovery values: read access, in the 64-bit view for the list.
 constexpr std::uint32_t kKeyRead64 = kKeyRead | kKeyWow64_64Key;
-
-std::string UpperAscii(std::string text)
-{
-    for (char& c : text)
-        if (c >= 'a' && c <= 'z')
-            c = static_cast<char>(c - 'a' + 'A');
-    return text;
-}
 
 // A bounded copy that always ends in NUL: the block's and the record's fields are cut, never overrun.
 void CopyField(char* field, std::size_t size, const std::string& text)
@@ -289,7 +282,7 @@ std::uint32_t CLVBHOCommandHandler::CheckSkipList()
 {
     if (!HasMembers({"domain"}))
         return kStatusArgumentMissing;
-    const std::string domain = UpperAscii(ReadString("domain"));
+    const std::string domain = ToUpperAscii(ReadString("domain"));
     if (m_request.ConversionFailed())
         return kStatusArgumentMissing;
     // Changes made while the host runs count from the next check on.
@@ -325,7 +318,7 @@ void CLVBHOCommandHandler::LoadSkipList()
             const auto* text = reinterpret_cast<const char*>(data);
             const void* end = std::memchr(text, '\0', std::min<std::uint32_t>(size, sizeof data));
             m_skipList.push_back(
-                UpperAscii(std::string(text, end ? static_cast<const char*>(end) - text : size)));
+                ToUpperAscii(std::string(text, end ? static_cast<const char*>(end) - text : size)));
         }
     }
 }

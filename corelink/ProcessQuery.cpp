@@ -1,14 +1,8 @@
 #include "corelink/ProcessQuery.h"
 
-#include <cstdio>
+#include "messaging/AsciiText.h"
 
-std::string ToLowerAscii(std::string text)
-{
-    for (char& c : text)
-        if (c >= 'A' && c <= 'Z')
-            c = static_cast<char>(c - 'A' + 'a');
-    return text;
-}
+#include <cstdio>
 
 std::uint32_t FindProcessInList(const std::vector<NamedProcess>& processes, const char* name, std::uint32_t selfId)
 {

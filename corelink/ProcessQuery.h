@@ -36,5 +36,3 @@ std::uint32_t FindProcessInList(const std::vector<NamedProcess>& processes, cons
 // The WQL text for FindProcessByWmi. `ownSession` stands in for kOwnSession.
 std::string BuildProcessQuery(const char* name, bool withCommandLine, std::uint32_t session,
                               std::uint32_t ownSession);
-
-std::string ToLowerAscii(std::string text);

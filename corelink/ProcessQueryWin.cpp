@@ -1,5 +1,6 @@
 #include "corelink/ProcessQueryWin.h"
 
+#include "framework/AnsiText.h"
 #include "framework/Unique.h"
 
 #include <objbase.h>
@@ -8,6 +9,7 @@
 #include <wbemidl.h>
 
 #include <string>
+#include <vector>
 
 namespace
 {
@@ -35,14 +37,7 @@ private:
 class CBstr
 {
 public:
-    explicit CBstr(const std::string& text)
-    {
-        const int length = ::MultiByteToWideChar(CP_ACP, 0, text.c_str(), -1, nullptr, 0);
-        std::wstring wide(length > 0 ? static_cast<std::size_t>(length) : 1, L'\0');
-        if (length > 0)
-            ::MultiByteToWideChar(CP_ACP, 0, text.c_str(), -1, &wide[0], length);
-        m_value = ::SysAllocString(wide.c_str());
-    }
+    explicit CBstr(const std::string& text) : m_value(::SysAllocString(WidenAnsi(text.c_str()).c_str())) {}
     CBstr(const CBstr&) = delete;
     CBstr& operator=(const CBstr&) = delete;
     ~CBstr() { ::SysFreeString(m_value); }
@@ -65,17 +60,6 @@ public:
 private:
     VARIANT m_value;
 };
-
-std::string Narrow(const wchar_t* text)
-{
-    const int length = ::WideCharToMultiByte(CP_ACP, 0, text, -1, nullptr, 0, nullptr, nullptr);
-    if (length <= 1)
-        return std::string();
-    std::string narrow(static_cast<std::size_t>(length), '\0');
-    ::WideCharToMultiByte(CP_ACP, 0, text, -1, &narrow[0], length, nullptr, nullptr);
-    narrow.resize(static_cast<std::size_t>(length - 1));
-    return narrow;
-}
 } // namespace
 
 std::uint32_t CProcessQueryWin::FindProcessByName(const char* name)
@@ -87,14 +71,11 @@ std::uint32_t CProcessQueryWin::FindProcessByName(const char* name)
     entry.dwSize = sizeof entry;
     if (!::Process32First(snapshot.Get(), &entry))
         return 0;
-    const std::string wanted = ToLowerAscii(name ? name : "");
-    const DWORD self = ::GetCurrentProcessId();
+    std::vector<NamedProcess> processes;
     do
-    {
-        if (entry.th32ProcessID != self && ToLowerAscii(entry.szExeFile).find(wanted) != std::string::npos)
-            return entry.th32ProcessID;
-    } while (::Process32Next(snapshot.Get(), &entry));
-    return 0;
+        processes.push_back({entry.th32ProcessID, entry.szExeFile});
+    while (::Process32Next(snapshot.Get(), &entry));
+    return FindProcessInList(processes, name, ::GetCurrentProcessId());
 }
 
 std::uint32_t CProcessQueryWin::FindProcessByWmi(const char* name, std::string* commandLine, std::uint32_t session)
@@ -145,7 +126,7 @@ std::uint32_t CProcessQueryWin::FindProcessByWmi(const char* name, std::string* 
     {
         CVariant line;
         if (SUCCEEDED(process->Get(L"CommandLine", 0, line.Out(), nullptr, nullptr)) && line.Get().vt == VT_BSTR)
-            *commandLine = Narrow(line.Get().bstrVal);
+            *commandLine = NarrowToAnsi(line.Get().bstrVal);
     }
     return processId;
 }

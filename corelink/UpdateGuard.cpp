@@ -2,18 +2,7 @@
 
 #include "config/ProductSettings.h"
 #include "config/RegKey.h"
-
-namespace
-{
-std::string Trim(const std::string& text)
-{
-    const char* space = " \t\r\n\v\f";
-    const std::size_t first = text.find_first_not_of(space);
-    if (first == std::string::npos)
-        return std::string();
-    return text.substr(first, text.find_last_not_of(space) - first + 1);
-}
-} // namespace
+#include "messaging/AsciiText.h"
 
 int IsUpdateRunning(IRegistry& registry, IProcessQuery& processes)
 {
@@ -26,7 +15,7 @@ int IsUpdateRunning(IRegistry& registry, IProcessQuery& processes)
     // The image path comes in device form, with the volume's device name in place of the drive letter.
     std::string dir = ToLowerAscii(installDir);
     dir.erase(0, 2);
-    dir = Trim(dir);
+    dir = TrimWhiteSpace(dir);
 
     std::string commandLine;
     const std::uint32_t processId = processes.FindProcessByWmi(kUpdaterProcessName, &commandLine, kOwnSession);
@@ -39,7 +28,7 @@ int IsUpdateRunning(IRegistry& registry, IProcessQuery& processes)
         return 0;
 
     // Only an updater that is merely checking lets the host go on; all three switches are needed.
-    commandLine = Trim(ToLowerAscii(commandLine));
+    commandLine = TrimWhiteSpace(ToLowerAscii(commandLine));
     const bool merelyChecking = commandLine.find("/quickcheck") != std::string::npos &&
                                 commandLine.find("/noerr") != std::string::npos &&
                                 commandLine.find("/justcheck") != std::string::npos;

@@ -1,6 +1,7 @@
 #include "registration/Registration.h"
 
 #include "config/RegKey.h"
+#include "messaging/AsciiText.h"
 #include "registration/Deployment.h"
 #include "registration/Editions.h"
 #include "registration/Manifests.h"
@@ -17,19 +18,6 @@ constexpr std::uint32_t kAccess32 = kKeyReadWrite | kKeyWow64_32Key; // 0x2021F
 constexpr std::uint32_t kQueryAndSet = 3;
 constexpr std::uint32_t kMaxValueName = 16384;
 constexpr std::uint32_t kMaxEntryData = 64 * 1024;
-
-bool EqualsIgnoringCase(const std::string& a, const std::string& b)
-{
-    if (a.size() != b.size())
-        return false;
-    for (std::size_t i = 0; i < a.size(); ++i)
-    {
-        const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
-        if (lower(a[i]) != lower(b[i]))
-            return false;
-    }
-    return true;
-}
 
 std::string TextOf(const std::vector<std::uint8_t>& data)
 {
@@ -302,7 +290,7 @@ void CRegistration::SearchFolder(const std::string& path, const std::string& ext
         if (!entry.isFolder || entry.name == "." || entry.name == "..")
             continue;
         const std::string child = path + "\\" + entry.name;
-        if (EqualsIgnoringCase(entry.name, extensionId))
+        if (EqualsIgnoringAsciiCase(entry.name, extensionId))
             found = true;
         else
             SearchFolder(child, extensionId, found);
