@@ -1,6 +1,6 @@
 # The front door. `make demo` and `make test` work on a fresh machine: both install what they need first.
 
-.PHONY: all bootstrap build build-linux build-mingw test test-linux test-wine demo bench clean
+.PHONY: all bootstrap build build-linux build-mingw test test-linux test-wine e2e demo bench clean
 
 all: build
 
@@ -18,7 +18,7 @@ build-mingw:
 	@cmake --preset mingw-release >/dev/null
 	@cmake --build --preset mingw-release
 
-test: build test-linux test-wine
+test: build test-linux test-wine e2e
 
 test-linux:
 	ctest --preset linux-debug
@@ -26,6 +26,10 @@ test-linux:
 # Every Wine run gets a scratch prefix of its own, removed afterwards.
 test-wine:
 	scripts/with-wine-prefix ctest --preset mingw-release
+
+# Real headless Chromium and Firefox ESR with the test extension, the host and the stand-in core under Wine.
+e2e: bootstrap build-mingw
+	scripts/run-e2e build/mingw-release
 
 demo: bootstrap build-mingw
 	@python3 scripts/demo.py --exe build/mingw-release/bin/LVBHOHost.exe \

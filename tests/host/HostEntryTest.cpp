@@ -176,6 +176,24 @@ TEST(HostEntryTest, FirefoxArgumentsEnterTheMessageLoop)
     EXPECT_EQ((Calls{"CoInitializeEx", "MainHandler", "CoUninitialize"}), run.Work());
 }
 
+TEST(HostEntryTest, WhatBrowsersOnLinuxPassUnderWineEntersTheMessageLoop)
+{
+    // Firefox passes the manifest's absolute path (slashes the parser reads as delimiters) and the add-on id;
+    // Chromium passes the origin. Neither may read as a registration switch.
+    for (const char* arguments :
+         {"/tmp/lvbho-e2e-Ab12/home/.mozilla/native-messaging-hosts/com.mozilla.firefox.lvbhohost.json "
+          "lvbho-e2e@tests.lumivar.invalid",
+          "/home/user/.mozilla/native-messaging-hosts/com.mozilla.firefox.lvbhohost.json EdHalo_ffext@lvbho",
+          "chrome-extension://cphjhdedolkgfceajmkojeaodaoebfeg/"})
+    {
+        EntryRun run(arguments);
+
+        EXPECT_EQ(0, run.Run());
+
+        EXPECT_EQ((Calls{"CoInitializeEx", "MainHandler", "CoUninitialize"}), run.Work()) << arguments;
+    }
+}
+
 TEST(HostEntryTest, ImmersiveChromeIsRecordedBeforeTheLoop)
 {
     EntryRun run("");
