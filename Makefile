@@ -1,6 +1,6 @@
 # The front door. `make demo` and `make test` work on a fresh machine: both install what they need first.
 
-.PHONY: all bootstrap build build-linux build-mingw test test-linux test-wine e2e demo bench clean
+.PHONY: all bootstrap build build-linux build-mingw build-tools test test-linux test-wine e2e demo bench clean
 
 all: build
 
@@ -31,9 +31,15 @@ test-wine:
 e2e: bootstrap build-mingw
 	scripts/run-e2e build/mingw-release
 
-demo: bootstrap build-mingw
+# The portable tools, natively: the demo drives the host with the client and reads its log with the decoder.
+build-tools:
+	@cmake --preset linux-debug >/dev/null
+	@cmake --build --preset linux-debug --target LvNmClient LvLogDecode
+
+demo: bootstrap build-mingw build-tools
 	@python3 scripts/demo.py --exe build/mingw-release/bin/LVBHOHost.exe \
-		--sim build/mingw-release/bin/SimLvEngine.exe
+		--sim build/mingw-release/bin/SimLvEngine.exe \
+		--nmclient build/linux-debug/bin/LvNmClient --logdecode build/linux-debug/bin/LvLogDecode
 
 bench: bootstrap build-mingw
 	@python3 bench/run_bench.py --build build/mingw-release

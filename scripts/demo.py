@@ -9,6 +9,7 @@ core saw and the host's decoded debug log. The prefix is removed at the end.
 import argparse
 import json
 import shutil
+import subprocess
 import sys
 from pathlib import Path
 
@@ -27,6 +28,8 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--exe", required=True, help="path to LVBHOHost.exe")
     parser.add_argument("--sim", required=True, help="path to SimLvEngine.exe, the stand-in core")
+    parser.add_argument("--nmclient", required=True, help="path to LvNmClient, the native messaging client")
+    parser.add_argument("--logdecode", required=True, help="path to LvLogDecode, the debug log decoder")
     args = parser.parse_args()
     exe = Path(args.exe).resolve()
     sim = Path(args.sim).resolve()
@@ -100,19 +103,40 @@ def main():
         code = session.close()
         print(f"  host exited with code {code}")
 
+        print("\n5. The same host driven by the native messaging client LvNmClient (tools/nmclient), from a JSON-lines")
+        print("   file, as an extension developer would: every frame with its time, answers matched by id.")
+        script = prefix.path.parent / "session.jsonl"
+        script.write_text("\n".join([
+            "# a session file: one request per line, sent as it stands",
+            '{"command":"Identify","id":1,"name":"firefox"}',
+            '{"command":"IsPageRemembered","id":2,"WebUrl":"https://www.example.com/","passfieldname":"pwd"}',
+            '{"command":"CheckAndValidate","id":3,"DocumentTitle":"Mail","WebUrl":"https://mail.example.com/",'
+            '"unamefield":"user","passfieldname":"pwd"}',
+            '{"command":"GetLang","id":"four"}',
+            "!wait",
+        ]) + "\n")
+        client = subprocess.run([args.nmclient, "--input", str(script), "--", "wine", str(host),
+                                 "/home/user/.mozilla/native-messaging-hosts/com.mozilla.firefox.lvbhohost.json",
+                                 "EdHalo_ffext@lvbho"], env=prefix.env, stdin=subprocess.DEVNULL,
+                                capture_output=True, timeout=120)
+        for line in client.stdout.decode("utf-8", "replace").splitlines():
+            print("  " + line)
+        print(f"  (LvNmClient exit code {client.returncode})")
+
         core.command("dump")  # the core has served everything it was sent once it answers this
         core.stop()
         print("\n   The stand-in core's vault at the end (C:\\vault.json):")
         for line in (prefix.drive_c / "vault.json").read_text().splitlines():
             print("  " + line)
 
-        print("\n5. What the stand-in core saw (its log, one JSON object per line):")
+        print("\n6. What the stand-in core saw (its log, one JSON object per line):")
         for entry in core.log():
             print("  " + json.dumps(entry, separators=(",", ":")))
 
         log = prefix.drive_c / "TEMP" / "LVBHOHost.txt"
-        print(f"\n6. The debug log, C:\\TEMP\\LVBHOHost.txt ({log.stat().st_size} bytes, scrambled on disk), decoded:")
-        text = winhost.decode_log(log.read_bytes()).decode("latin-1")
+        print(f"\n7. The debug log, C:\\TEMP\\LVBHOHost.txt ({log.stat().st_size} bytes, scrambled on disk), decoded by")
+        print("   LvLogDecode (tools/logdecode):")
+        text = subprocess.run([args.logdecode, str(log)], capture_output=True, check=True).stdout.decode("latin-1")
         for line in text.split("\r\n"):
             if line:
                 print("  " + line)

@@ -105,14 +105,29 @@ TEST(RequestTrackerTest, MatchesAnswersById)
     EXPECT_EQ(0u, tracker.Waiting());
 }
 
-TEST(RequestTrackerTest, FramesWithoutIdAreUnsolicited)
+TEST(RequestTrackerTest, FramesWithoutIdOrStatusAreUnsolicited)
 {
     CRequestTracker tracker;
     tracker.Sent("{\"id\":1}", Clock::now());
+    tracker.Sent("{\"command\":\"GetLang\"}", Clock::now());
 
     EXPECT_FALSE(tracker.Received("{\"command\":\"FormFill\"}", Clock::now()).answer);
     EXPECT_FALSE(tracker.Received("not json", Clock::now()).answer);
-    EXPECT_EQ(1u, tracker.Waiting());
+    EXPECT_EQ(2u, tracker.Waiting());
+}
+
+TEST(RequestTrackerTest, AStatusWithoutIdAnswersARequestWhoseIdTheHostCouldNotRead)
+{
+    CRequestTracker tracker;
+    tracker.Sent("{\"id\":1}", Clock::now());
+    tracker.Sent("{\"command\":\"GetLang\",\"id\":\"four\"}", Clock::now());
+
+    const CRequestTracker::Match match =
+        tracker.Received("{\"CommandError\":4,\"CommandErrorMsg\":\"Argument missing\"}", Clock::now());
+
+    EXPECT_TRUE(match.answer);
+    EXPECT_EQ(2u, match.request);
+    EXPECT_EQ((std::vector<std::size_t>{1}), tracker.WaitingRequests());
 }
 
 TEST(RequestTrackerTest, RequestsWithoutAUsableIdTakeTheHostsOwnIdInOrder)
@@ -131,10 +146,10 @@ TEST(RequestTrackerTest, RequestsWithoutAUsableIdTakeTheHostsOwnIdInOrder)
 TEST(RequestTrackerTest, ListsTheRequestsStillWaiting)
 {
     CRequestTracker tracker;
-    tracker.Sent("{\"id\":\"a\"}", Clock::now());
+    tracker.Sent("{\"id\":1}", Clock::now());
     tracker.Sent("{}", Clock::now());
-    tracker.Sent("{\"id\":\"c\"}", Clock::now());
-    tracker.Received("{\"id\":\"a\"}", Clock::now());
+    tracker.Sent("{\"id\":3}", Clock::now());
+    tracker.Received("{\"id\":1}", Clock::now());
 
     EXPECT_EQ((std::vector<std::size_t>{2, 3}), tracker.WaitingRequests());
 }

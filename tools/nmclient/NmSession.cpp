@@ -140,11 +140,29 @@ std::optional<std::string> MessageId(const std::string& body)
     return IdText(value["id"]);
 }
 
+namespace
+{
+// The request's "id" when the host can read it back (a whole number other than -1).
+std::optional<std::string> UsableId(const std::string& body)
+{
+    Json::Value value;
+    if (!ParseJson(body, value, nullptr) || !value.isObject() || !value["id"].isInt() || value["id"].asInt() == -1)
+        return std::nullopt;
+    return IdText(value["id"]);
+}
+
+bool IsAnswer(const std::string& body)
+{
+    Json::Value value;
+    return ParseJson(body, value, nullptr) && value.isObject() && (value.isMember("id") || value.isMember("CommandError"));
+}
+} // namespace
+
 std::size_t CRequestTracker::Sent(const std::string& body, Clock::time_point when)
 {
     const Pending pending{++m_count, when};
-    const std::optional<std::string> id = MessageId(body);
-    if (id && *id != "-1")
+    const std::optional<std::string> id = UsableId(body);
+    if (id)
         m_byId.emplace(*id, pending);
     else
         m_withoutId.push_back(pending);
@@ -154,17 +172,15 @@ std::size_t CRequestTracker::Sent(const std::string& body, Clock::time_point whe
 CRequestTracker::Match CRequestTracker::Received(const std::string& body, Clock::time_point when)
 {
     Match match;
-    const std::optional<std::string> id = MessageId(body);
-    if (!id)
-        return match;
     std::optional<Pending> found;
-    const auto byId = m_byId.find(*id);
+    const std::optional<std::string> id = MessageId(body);
+    const auto byId = id ? m_byId.find(*id) : m_byId.end();
     if (byId != m_byId.end())
     {
         found = byId->second;
         m_byId.erase(byId);
     }
-    else if (!m_withoutId.empty())
+    else if (!m_withoutId.empty() && IsAnswer(body))
     {
         found = m_withoutId.front();
         m_withoutId.pop_front();

@@ -60,9 +60,10 @@ public:
 
     // Records a sent request and returns its number.
     std::size_t Sent(const std::string& body, Clock::time_point when);
-    // Matches a received frame: by "id" first; otherwise, when the frame has an "id" that no waiting request has,
-    // with the oldest waiting request whose own "id" was missing or not readable (the host answers those with an id
-    // of its own). A frame without an "id" is unsolicited.
+    // Matches a received frame: by "id" first; otherwise a frame that is an answer (it has an "id" or a
+    // "CommandError") goes to the oldest waiting request whose own "id" the host cannot read back (missing, not a
+    // whole number, or -1), which the host answers without an "id" or with one of its own. Anything else is
+    // unsolicited.
     Match Received(const std::string& body, Clock::time_point when);
 
     std::size_t Waiting() const { return m_byId.size() + m_withoutId.size(); }

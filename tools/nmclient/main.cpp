@@ -34,8 +34,9 @@ constexpr const char* kUsage = "usage: LvNmClient [--input FILE] [--timeout SECO
 constexpr const char* kHelp =
     "Starts HOST-COMMAND as a browser starts a native messaging host, sends it framed requests (a 4-byte\n"
     "little-endian length, then the UTF-8 JSON) and prints every frame in and out with the time since the start.\n"
-    "Answers are matched to requests by \"id\" and shown with their round-trip time; frames that answer\n"
-    "nothing are shown as unsolicited. Malformed frames from the host (not UTF-8, not JSON, a NUL, larger than\n"
+    "Answers are matched to requests by \"id\" and shown with their round-trip time; a frame with a\n"
+    "\"CommandError\" but no matching \"id\" answers the oldest request whose \"id\" the host cannot read (missing,\n"
+    "not a whole number); other frames are shown as unsolicited. Malformed frames from the host (not UTF-8, not JSON, a NUL, larger than\n"
     "a browser accepts, cut off at the end) are reported with \"!!\".\n"
     "\n"
     "  --input FILE        the requests, one per line (JSON lines); without it they are read from standard\n"
