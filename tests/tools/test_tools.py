@@ -15,6 +15,9 @@ import unittest
 from pathlib import Path
 
 HERE = Path(__file__).resolve().parent
+sys.path.insert(0, str(HERE.parent.parent / "scripts" / "lib"))
+import winhost  # noqa: E402
+
 ARGS = None
 
 
@@ -218,9 +221,56 @@ class NmClientTest(unittest.TestCase):
         self.assertTrue(re.search(rb"!wait \[MS\]", result.stdout))
 
 
+class WindowsBuildTest(unittest.TestCase):
+    """The Windows builds of both tools under Wine (given --host, the path of LVBHOHost.exe)."""
+
+    @classmethod
+    def setUpClass(cls):
+        if not ARGS.host:
+            raise unittest.SkipTest("the Windows builds are tested only with --host")
+        cls.prefix = winhost.WinePrefix()
+        cls.prefix.install_product()
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.prefix.close()
+
+    def wine(self, *args, stdin=b""):
+        return subprocess.run(["wine", *args], input=stdin, capture_output=True, env=self.prefix.env, timeout=120)
+
+    def test_the_client_talks_to_the_host(self):
+        with tempfile.NamedTemporaryFile("w", suffix=".jsonl", delete=False) as f:
+            f.write('{"command":"GetLang","id":1}\n{\n')
+            script = f.name
+        try:
+            result = self.wine(ARGS.nmclient, "--input", "Z:" + script, "--", "Z:" + str(Path(ARGS.host).resolve()))
+        finally:
+            os.unlink(script)
+        out = result.stdout.decode()
+
+        self.assertEqual(0, result.returncode, out)
+        self.assertIn('"Lang":"English","command":"GetLang","id":1} (90 bytes; answer to #1', out)
+        self.assertIn('<< {"CommandError":1,"CommandErrorMsg":"Invalid Json"} (51 bytes; answer to #2', out)
+        self.assertIn("2 sent, 2 answered, 0 unsolicited, 0 malformed", out)
+
+    def test_the_decoder_reads_a_log(self):
+        with tempfile.TemporaryDirectory() as tmp:
+            log = Path(tmp) / "LVBHOHost.txt"
+            log.write_bytes(scramble(ENTRY_1) + scramble(ENTRY_2))
+
+            result = self.wine(ARGS.logdecode, "Z:" + str(log))
+
+        self.assertEqual(0, result.returncode)
+        self.assertEqual(ENTRY_1 + ENTRY_2, result.stdout)
+
+
 if __name__ == "__main__":
     parser = argparse.ArgumentParser()
     parser.add_argument("--logdecode", required=True)
     parser.add_argument("--nmclient", required=True)
+    parser.add_argument("--host", help="LVBHOHost.exe: the tools are Windows builds, run under Wine")
     ARGS, rest = parser.parse_known_args()
+    if ARGS.host:
+        # Only the Windows builds' own class: the others start the programs directly.
+        rest = rest or ["WindowsBuildTest"]
     unittest.main(argv=[sys.argv[0], *rest], verbosity=2)
