@@ -387,6 +387,6 @@ void CLVBHOCommandHandler::ExtensionInstalled()
 {
     CRegKey key(m_registry);
     if (key.Create(kHkeyCurrentUser, kProductKey, kKeyReadWrite) == kRegOk)
-        static_cast<void>(key.SetDWORDValue("ChromeBHO", 1));
+        static_cast<void>(key.SetDWORDValue(kChromeExtensionFoundValue, 1));
     m_link.PostExtensionInstalled();
 }

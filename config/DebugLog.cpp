@@ -213,7 +213,7 @@ int CDebugLog::Open(IRegistry& registry, const char* logName)
     if (key.Open(kHkeyLocalMachine, "SOFTWARE\\Kavrin\\Lumivar", kKeyRead) != kRegOk)
         return 0;
     std::string value;
-    if (key.QueryStringValue("lvDebugSupport", value, kSwitchBufferSize) != kRegOk)
+    if (key.QueryStringValue(kDebugSwitchValue, value, kSwitchBufferSize) != kRegOk)
         return 1;
     const LogSwitch logSwitch = ParseLogSwitch(value, logName);
     if (!logSwitch.on)

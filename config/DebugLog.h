@@ -26,6 +26,9 @@ public:
     virtual void AppendToFile(const std::string& path, const std::string& bytes) = 0;
 };
 
+// The switch's string value under HKLM\SOFTWARE\Kavrin\Lumivar.
+inline constexpr const char* kDebugSwitchValue = "lvDebugSupport";
+
 struct LogSwitch
 {
     bool on = false;

@@ -8,6 +8,8 @@
 #include <string>
 
 inline constexpr const char* kProductKey = "Software\\Kavrin\\Lumivar";
+// Under the user's product key: 1 once the Chrome extension was found or announced itself, 0 when a search missed it.
+inline constexpr const char* kChromeExtensionFoundValue = "ChromeBHO";
 
 struct ProductInfo
 {

@@ -148,7 +148,7 @@ int CRegistration::RegisterChromeGPO()
     {
         CRegKey product(m_registry);
         if (product.Open(kHkeyLocalMachine, kProductKey, kKeyRead) == kRegOk)
-            static_cast<void>(product.QueryDWORDValue("UseTestPortal", useTestPortal));
+            static_cast<void>(product.QueryDWORDValue(kUseTestPortalValue, useTestPortal));
     }
     const std::string entry =
         BuildForcelistEntry(useTestPortal != 0 ? kMainServer : kStoreServer, EditionFolderFor(m_product.oem));
@@ -179,7 +179,7 @@ int CRegistration::RegisterChromeGPO()
 
         CRegKey chrome(m_registry);
         if (chrome.Create(policy->MachineKey(), kChromePolicyKey, kQueryAndSet) == kRegOk)
-            static_cast<void>(chrome.SetDWORDValue("PasswordManagerEnabled", 0));
+            static_cast<void>(chrome.SetDWORDValue(kPasswordManagerEnabledValue, 0));
     }
     return policy->Save(kRegisterToolGuid) ? 1 : 0;
 }
@@ -200,7 +200,7 @@ int CRegistration::UnRegisterChromeGPO()
         static_cast<void>(forcelist.DeleteValue(existing.name.c_str()));
         CRegKey chrome(m_registry);
         if (chrome.Open(policy->MachineKey(), kChromePolicyKey, kKeyAllAccess) == kRegOk)
-            static_cast<void>(chrome.DeleteValue("PasswordManagerEnabled"));
+            static_cast<void>(chrome.DeleteValue(kPasswordManagerEnabledValue));
     }
     // The removal is saved under a tool identifier of its own.
     return policy->Save(kUnregisterToolGuid) ? 1 : 0;
@@ -215,18 +215,18 @@ int CRegistration::RegisterFFBHO()
     const std::string extensionId = FirefoxExtensionIdFor(m_product.oem);
     const std::string extensionFolder = m_product.installDir + "FFBHOExt";
 
-    static_cast<void>(product.SetStringValue("lvbhohost", hostPath.c_str()));
+    static_cast<void>(product.SetStringValue(kHostPathValue, hostPath.c_str()));
     {
         CRegKey extensions(m_registry);
         if (extensions.Create(kHkeyLocalMachine, kFirefoxExtensionsKey, kAccess64) == kRegOk)
             static_cast<void>(extensions.SetStringValue(extensionId.c_str(), extensionFolder.c_str()));
     }
     // Each registry view names the pipe library of its own bitness.
-    static_cast<void>(product.SetStringValue("lvhostpipe", (m_product.installDir + "lvhostpipe64.dll").c_str()));
+    static_cast<void>(product.SetStringValue(kPipeLibraryValue, (m_product.installDir + "lvhostpipe64.dll").c_str()));
     {
         CRegKey product32(m_registry);
         if (product32.Create(kHkeyLocalMachine, kProductKey, kAccess32) == kRegOk)
-            static_cast<void>(product32.SetStringValue("lvhostpipe", (m_product.installDir + "lvhostpipe.dll").c_str()));
+            static_cast<void>(product32.SetStringValue(kPipeLibraryValue, (m_product.installDir + "lvhostpipe.dll").c_str()));
     }
     {
         CRegKey extensions32(m_registry);
@@ -253,7 +253,7 @@ int CRegistration::UnRegisterFFBHO()
         if (product32.Open(kHkeyLocalMachine, kProductKey, kAccess32) == kRegOk)
         {
             opened = true;
-            static_cast<void>(product32.DeleteValue("lvhostpipe"));
+            static_cast<void>(product32.DeleteValue(kPipeLibraryValue));
         }
     }
     {
@@ -309,7 +309,7 @@ int CRegistration::CheckBHOInstalled()
     CRegKey key(m_registry);
     if (key.Create(kHkeyCurrentUser, kProductKey, kAccess64) != kRegOk)
         return 0;
-    static_cast<void>(key.SetDWORDValue("ChromeBHO", found ? 1 : 0));
+    static_cast<void>(key.SetDWORDValue(kChromeExtensionFoundValue, found ? 1 : 0));
     return 1;
 }
 
@@ -323,7 +323,7 @@ int CRegistration::RegisterChromeBHO(int reg)
     {
         if (key.Create(kHkeyLocalMachine, (kChromeExtensionsKey + extensionId).c_str(), kAccess32) != kRegOk)
             return 0;
-        static_cast<void>(key.SetStringValue("update_url", kChromeUpdateService));
+        static_cast<void>(key.SetStringValue(kUpdateUrlValue, kChromeUpdateService));
         return 1;
     }
     if (key.Open(kHkeyLocalMachine, kChromeExtensionsKey, kAccess32) != kRegOk)

@@ -15,6 +15,14 @@ inline constexpr const char* kForcelistKey = "Software\\Policies\\Google\\Chrome
 inline constexpr const char* kChromePolicyKey = "Software\\Policies\\Google\\Chrome";
 inline constexpr const char* kChromeExtensionsKey = "SOFTWARE\\Google\\Chrome\\Extensions\\";
 inline constexpr const char* kFirefoxExtensionsKey = "SOFTWARE\\Mozilla\\Firefox\\Extensions";
+// Values the registration writes or reads: the policy's password-manager switch, the external extension's update
+// address, the host's path and the pipe library of each view under the product key (RegisterFFBHO), and the product
+// setting that points the policy at the main web server instead of the store server.
+inline constexpr const char* kPasswordManagerEnabledValue = "PasswordManagerEnabled";
+inline constexpr const char* kUpdateUrlValue = "update_url";
+inline constexpr const char* kHostPathValue = "lvbhohost";
+inline constexpr const char* kPipeLibraryValue = "lvhostpipe";
+inline constexpr const char* kUseTestPortalValue = "UseTestPortal";
 // The force-list entry is written as a fixed-size string of this many bytes, the text and zeros after it.
 inline constexpr std::uint32_t kForcelistEntrySize = 260;
 
