@@ -1,6 +1,7 @@
 #include "commands/CommandHandler.h"
 
 #include "autofill/DomainExtractor.h"
+#include "commands/SkipList.h"
 #include "config/ProductSettings.h"
 #include "config/RegKey.h"
 #include "corelink/MutexLock.h"
@@ -15,9 +16,7 @@ namespace
 {
 constexpr std::uint32_t kDefaultWaitMs = 500;
 constexpr std::uint32_t kTraceLevel = 52;
-constexpr std::uint32_t kSkipListValueSize = 260;
 // Reading the skip list and the discovery values: read access, in the 64-bit view for the list.
-constexpr std::uint32_t kKeyRead64 = kKeyRead | kKeyWow64_64Key;
 
 // A bounded copy that always ends in NUL: the block's and the record's fields are cut, never overrun.
 void CopyField(char* field, std::size_t size, const std::string& text)
@@ -296,31 +295,9 @@ std::uint32_t CLVBHOCommandHandler::CheckSkipList()
 
 void CLVBHOCommandHandler::LoadSkipList()
 {
-    m_skipList.clear();
-    for (const RegHandle root : {kHkeyLocalMachine, kHkeyCurrentUser})
-    {
-        CRegKey key(m_registry);
-        if (key.Open(root, kSkipListKey, kKeyRead64) != kRegOk)
-            continue;
-        std::uint32_t count = 0;
-        if (m_registry.QueryValueCount(key.Handle(), count) != kRegOk || count == 0)
-            continue;
-        // The values are asked for by number, "1" to the count, not enumerated: a gap loses the highest entries,
-        // and values of other names still count.
-        for (std::uint32_t i = 1; i <= count; ++i)
-        {
-            char name[261];
-            std::snprintf(name, sizeof name, "%d", static_cast<int>(i));
-            std::uint8_t data[kSkipListValueSize] = {};
-            std::uint32_t size = sizeof data;
-            if (m_registry.QueryValue(key.Handle(), name, nullptr, data, &size) != kRegOk)
-                continue;
-            const auto* text = reinterpret_cast<const char*>(data);
-            const void* end = std::memchr(text, '\0', std::min<std::uint32_t>(size, sizeof data));
-            m_skipList.push_back(
-                ToUpperAscii(std::string(text, end ? static_cast<const char*>(end) - text : size)));
-        }
-    }
+    m_skipList = ReadSkipList(m_registry, kHkeyLocalMachine);
+    for (std::string& entry : ReadSkipList(m_registry, kHkeyCurrentUser))
+        m_skipList.push_back(std::move(entry));
 }
 
 bool CLVBHOCommandHandler::IsDiscoveryOn()

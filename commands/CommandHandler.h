@@ -28,8 +28,6 @@ struct HandlerServices
     bool immersive = false;
 };
 
-inline constexpr const char* kSkipListKey = "SOFTWARE\\Kavrin\\Lumivar\\SkipListForLvBho";
-
 class CLVBHOCommandHandler : public ICommandHandler
 {
 public:

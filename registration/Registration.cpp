@@ -142,16 +142,18 @@ int CRegistration::UnRegisterNativeApp()
     return chrome && firefox ? 1 : 0;
 }
 
-int CRegistration::RegisterChromeGPO()
+std::string ExpectedForcelistEntry(IRegistry& registry, const ProductInfo& product)
 {
     std::uint32_t useTestPortal = 0;
-    {
-        CRegKey product(m_registry);
-        if (product.Open(kHkeyLocalMachine, kProductKey, kKeyRead) == kRegOk)
-            static_cast<void>(product.QueryDWORDValue(kUseTestPortalValue, useTestPortal));
-    }
-    const std::string entry =
-        BuildForcelistEntry(useTestPortal != 0 ? kMainServer : kStoreServer, EditionFolderFor(m_product.oem));
+    CRegKey key(registry);
+    if (key.Open(kHkeyLocalMachine, kProductKey, kKeyRead) == kRegOk)
+        static_cast<void>(key.QueryDWORDValue(kUseTestPortalValue, useTestPortal));
+    return BuildForcelistEntry(useTestPortal != 0 ? kMainServer : kStoreServer, EditionFolderFor(product.oem));
+}
+
+int CRegistration::RegisterChromeGPO()
+{
+    const std::string entry = ExpectedForcelistEntry(m_registry, m_product);
 
     const std::unique_ptr<IPolicyStore> policy = m_platform.CreatePolicyStore();
     if (!policy || !policy->OpenMachinePolicy())
@@ -226,7 +228,8 @@ int CRegistration::RegisterFFBHO()
     {
         CRegKey product32(m_registry);
         if (product32.Create(kHkeyLocalMachine, kProductKey, kAccess32) == kRegOk)
-            static_cast<void>(product32.SetStringValue(kPipeLibraryValue, (m_product.installDir + "lvhostpipe.dll").c_str()));
+            static_cast<void>(
+                product32.SetStringValue(kPipeLibraryValue, (m_product.installDir + "lvhostpipe.dll").c_str()));
     }
     {
         CRegKey extensions32(m_registry);

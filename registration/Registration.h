@@ -28,6 +28,9 @@ inline constexpr std::uint32_t kForcelistEntrySize = 260;
 
 // The force-list entry for an update base ("http://...", no trailing slash) and an edition folder.
 std::string BuildForcelistEntry(const std::string& updateBase, const std::string& folder);
+// The entry the Chrome policy registration writes for the installed edition: the main web server's update base when
+// the product's "UseTestPortal" is non-zero, the store server's otherwise.
+std::string ExpectedForcelistEntry(IRegistry& registry, const ProductInfo& product);
 
 struct ForcelistEntry
 {

@@ -1,6 +1,7 @@
 #include "config/RegistryWin.h"
 
 #include "commands/CommandHandler.h"
+#include "commands/SkipList.h"
 #include "config/ProductSettings.h"
 #include "config/RegKey.h"
 #include "tests/fakes/FakeCoreLink.h"

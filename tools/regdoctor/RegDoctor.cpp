@@ -1,6 +1,7 @@
 #include "tools/regdoctor/RegDoctor.h"
 
 #include "commands/CommandHandler.h"
+#include "commands/SkipList.h"
 #include "config/DebugLog.h"
 #include "config/RegKey.h"
 #include "corelink/SharedData.h"
@@ -306,16 +307,7 @@ Json::Value CRegDoctor::ExamineChromePolicy()
     LoadProduct();
     Json::Value report(Json::objectValue);
     report["extensionId"] = kPolicyExtensionId;
-    std::string expected;
-    if (m_installed)
-    {
-        CRegKey product(m_registry);
-        std::uint32_t useTestPortal = 0;
-        if (product.Open(kHkeyLocalMachine, kProductKey, kKeyRead | k64) == kRegOk)
-            static_cast<void>(product.QueryDWORDValue(kUseTestPortalValue, useTestPortal));
-        expected =
-            BuildForcelistEntry(useTestPortal != 0 ? kMainServer : kStoreServer, EditionFolderFor(m_product.oem));
-    }
+    const std::string expected = m_installed ? ExpectedForcelistEntry(m_registry, m_product) : std::string();
     report["expectedEntry"] = expected.empty() ? Json::Value() : Json::Value(expected);
 
     // Group Policy applies the machine policy under HKLM; a user policy may sit under HKCU.
@@ -483,16 +475,9 @@ Json::Value CRegDoctor::ExamineSkipLists()
         std::uint32_t count = 0;
         if (key.Handle() != 0 && m_registry.QueryValueCount(key.Handle(), count) != kRegOk)
             count = 0;
-        // As the host reads the list: the values "1" to the number of values, not an enumeration, so a gap loses
-        // the highest entries and values of other names are never read.
-        for (std::uint32_t i = 1; i <= count; ++i)
+        // The entries as the host reads them; values it never asks for are listed as unread.
+        for (const std::string& entry : ReadSkipList(m_registry, root))
         {
-            const std::string name = std::to_string(i);
-            std::uint8_t data[kHostBufferSize] = {};
-            std::uint32_t size = sizeof data;
-            if (m_registry.QueryValue(key.Handle(), name.c_str(), nullptr, data, &size) != kRegOk)
-                continue;
-            const std::string entry = ToUpperAscii(TextOf(std::vector<std::uint8_t>(data, data + size)));
             listEntries.append(Utf8(entry));
             entries.append(Utf8(entry));
         }
