@@ -35,8 +35,8 @@ TEST(FrameAssemblerTest, CutsFramesArrivingInAnyPieces)
 TEST(FrameAssemblerTest, ReportsBodiesABrowserWouldRefuse)
 {
     CFrameAssembler assembler;
-    const std::string stream = Frame("{") + Frame(std::string("{\"a\":\"\0\"}", 9)) + Frame("\"\xFF\"") + Frame("") +
-                               Frame("{} {}");
+    const std::string stream =
+        Frame("{") + Frame(std::string("{\"a\":\"\0\"}", 9)) + Frame("\"\xFF\"") + Frame("") + Frame("{} {}");
 
     const std::vector<ReceivedFrame> frames = assembler.Feed(stream.data(), stream.size());
 
@@ -95,7 +95,8 @@ TEST(RequestTrackerTest, MatchesAnswersById)
     EXPECT_EQ(1u, tracker.Sent("{\"command\":\"GetLang\",\"id\":7}", t0));
     EXPECT_EQ(2u, tracker.Sent("{\"command\":\"Identify\",\"id\":8}", t0));
 
-    const CRequestTracker::Match second = tracker.Received("{\"id\":8,\"status\":0}", t0 + std::chrono::milliseconds(5));
+    const CRequestTracker::Match second =
+        tracker.Received("{\"id\":8,\"status\":0}", t0 + std::chrono::milliseconds(5));
     const CRequestTracker::Match first = tracker.Received("{\"id\":7}", t0 + std::chrono::milliseconds(9));
 
     EXPECT_TRUE(second.answer);

@@ -8,18 +8,69 @@
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 
 namespace
 {
+// One owned file descriptor.
+class CFd
+{
+public:
+    CFd() = default;
+    explicit CFd(int fd) : m_fd(fd) {}
+    CFd(CFd&& other) noexcept : m_fd(std::exchange(other.m_fd, -1)) {}
+    CFd& operator=(CFd&& other) noexcept
+    {
+        if (this != &other)
+        {
+            Close();
+            m_fd = std::exchange(other.m_fd, -1);
+        }
+        return *this;
+    }
+    CFd(const CFd&) = delete;
+    CFd& operator=(const CFd&) = delete;
+    ~CFd() { Close(); }
+
+    int Get() const { return m_fd; }
+    bool IsValid() const { return m_fd >= 0; }
+    void Close()
+    {
+        if (m_fd >= 0)
+            close(m_fd);
+        m_fd = -1;
+    }
+
+private:
+    int m_fd = -1;
+};
+
+struct CPipe
+{
+    CFd read;
+    CFd write;
+    bool Open()
+    {
+        int fds[2];
+        if (pipe(fds) != 0)
+            return false;
+        read = CFd(fds[0]);
+        write = CFd(fds[1]);
+        return true;
+    }
+};
+
 class CHostProcessPosix final : public IHostProcess
 {
 public:
-    CHostProcessPosix(pid_t pid, int input, int output) : m_pid(pid), m_input(input), m_output(output) {}
+    CHostProcessPosix(pid_t pid, CFd input, CFd output)
+        : m_pid(pid), m_input(std::move(input)), m_output(std::move(output))
+    {
+    }
     ~CHostProcessPosix() override
     {
         CloseInput();
-        if (m_output >= 0)
-            close(m_output);
+        m_output.Close();
         if (!m_exitCode)
         {
             Kill();
@@ -29,9 +80,9 @@ public:
 
     bool Write(const char* data, std::size_t size) override
     {
-        while (size > 0 && m_input >= 0)
+        while (size > 0 && m_input.IsValid())
         {
-            const ssize_t written = write(m_input, data, size);
+            const ssize_t written = write(m_input.Get(), data, size);
             if (written < 0 && errno == EINTR)
                 continue;
             if (written <= 0)
@@ -42,18 +93,13 @@ public:
         return size == 0;
     }
 
-    void CloseInput() override
-    {
-        if (m_input >= 0)
-            close(m_input);
-        m_input = -1;
-    }
+    void CloseInput() override { m_input.Close(); }
 
     std::size_t Read(char* buffer, std::size_t size) override
     {
         for (;;)
         {
-            const ssize_t count = read(m_output, buffer, size);
+            const ssize_t count = read(m_output.Get(), buffer, size);
             if (count < 0 && errno == EINTR)
                 continue;
             return count > 0 ? static_cast<std::size_t>(count) : 0;
@@ -87,8 +133,8 @@ public:
 
 private:
     pid_t m_pid;
-    int m_input;
-    int m_output;
+    CFd m_input;
+    CFd m_output;
     std::optional<int> m_exitCode;
 };
 } // namespace
@@ -100,15 +146,13 @@ std::unique_ptr<IHostProcess> StartHostProcess(const std::vector<std::string>& a
         error = "no host command";
         return nullptr;
     }
-    int toHost[2];
-    int fromHost[2];
-    int execFailed[2];
-    if (pipe(toHost) != 0 || pipe(fromHost) != 0 || pipe(execFailed) != 0)
+    CPipe toHost, fromHost, execFailed;
+    if (!toHost.Open() || !fromHost.Open() || !execFailed.Open())
     {
         error = std::string("pipe: ") + std::strerror(errno);
         return nullptr;
     }
-    fcntl(execFailed[1], F_SETFD, FD_CLOEXEC);
+    fcntl(execFailed.write.Get(), F_SETFD, FD_CLOEXEC);
     // A host that ends early must not kill the client with SIGPIPE: writes report it instead.
     std::signal(SIGPIPE, SIG_IGN);
 
@@ -120,13 +164,11 @@ std::unique_ptr<IHostProcess> StartHostProcess(const std::vector<std::string>& a
     }
     if (pid == 0)
     {
-        dup2(toHost[0], STDIN_FILENO);
-        dup2(fromHost[1], STDOUT_FILENO);
-        close(toHost[0]);
-        close(toHost[1]);
-        close(fromHost[0]);
-        close(fromHost[1]);
-        close(execFailed[0]);
+        dup2(toHost.read.Get(), STDIN_FILENO);
+        dup2(fromHost.write.Get(), STDOUT_FILENO);
+        for (const int fd :
+             {toHost.read.Get(), toHost.write.Get(), fromHost.read.Get(), fromHost.write.Get(), execFailed.read.Get()})
+            close(fd);
         std::signal(SIGPIPE, SIG_DFL);
         std::vector<char*> args;
         for (const std::string& arg : argv)
@@ -134,25 +176,22 @@ std::unique_ptr<IHostProcess> StartHostProcess(const std::vector<std::string>& a
         args.push_back(nullptr);
         execvp(args[0], args.data());
         const int code = errno;
-        (void)!write(execFailed[1], &code, sizeof code);
+        (void)!write(execFailed.write.Get(), &code, sizeof code);
         _exit(127);
     }
-    close(toHost[0]);
-    close(fromHost[1]);
-    close(execFailed[1]);
+    toHost.read.Close();
+    fromHost.write.Close();
+    execFailed.write.Close();
     int code = 0;
     ssize_t got;
     do
-        got = read(execFailed[0], &code, sizeof code);
+        got = read(execFailed.read.Get(), &code, sizeof code);
     while (got < 0 && errno == EINTR);
-    close(execFailed[0]);
     if (got == static_cast<ssize_t>(sizeof code))
     {
         error = "cannot start " + argv[0] + ": " + std::strerror(code);
-        close(toHost[1]);
-        close(fromHost[0]);
         waitpid(pid, nullptr, 0);
         return nullptr;
     }
-    return std::make_unique<CHostProcessPosix>(pid, toHost[1], fromHost[0]);
+    return std::make_unique<CHostProcessPosix>(pid, std::move(toHost.write), std::move(fromHost.read));
 }

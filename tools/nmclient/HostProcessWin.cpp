@@ -113,8 +113,8 @@ std::unique_ptr<IHostProcess> StartHostProcess(const std::vector<std::string>& a
 
     SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
     HANDLE rawChildInput = nullptr, rawInput = nullptr, rawOutput = nullptr, rawChildOutput = nullptr;
-    const bool piped = CreatePipe(&rawChildInput, &rawInput, &inherit, 0) &&
-                       CreatePipe(&rawOutput, &rawChildOutput, &inherit, 0);
+    const bool piped =
+        CreatePipe(&rawChildInput, &rawInput, &inherit, 0) && CreatePipe(&rawOutput, &rawChildOutput, &inherit, 0);
     CHandle childInput(rawChildInput), input(rawInput), output(rawOutput), childOutput(rawChildOutput);
     if (!piped)
     {

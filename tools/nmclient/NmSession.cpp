@@ -154,7 +154,8 @@ std::optional<std::string> UsableId(const std::string& body)
 bool IsAnswer(const std::string& body)
 {
     Json::Value value;
-    return ParseJson(body, value, nullptr) && value.isObject() && (value.isMember("id") || value.isMember("CommandError"));
+    return ParseJson(body, value, nullptr) && value.isObject() &&
+           (value.isMember("id") || value.isMember("CommandError"));
 }
 } // namespace
 

@@ -53,8 +53,8 @@ class CRequestTracker
 public:
     struct Match
     {
-        bool answer = false;      // false: the frame is unsolicited
-        std::size_t request = 0;  // the request's number (1, 2, ...) when it is an answer
+        bool answer = false;     // false: the frame is unsolicited
+        std::size_t request = 0; // the request's number (1, 2, ...) when it is an answer
         double roundTripMs = 0;
     };
 
@@ -95,8 +95,8 @@ struct ScriptLine
         Invalid // a "!" line that is none of the above
     };
     Kind kind = Kind::Skip;
-    std::string text;       // the body to send, or why the line is invalid
-    std::uint32_t ms = 0;   // for Sleep and Wait (0: the session's time-out)
+    std::string text;     // the body to send, or why the line is invalid
+    std::uint32_t ms = 0; // for Sleep and Wait (0: the session's time-out)
 };
 ScriptLine ParseScriptLine(std::string line);
 
