@@ -22,9 +22,8 @@
 
 namespace
 {
-constexpr const char* kUsage =
-    "usage: LvLogDecode [-f | --follow] [--interval MS] FILE\n"
-    "       LvLogDecode --help\n";
+constexpr const char* kUsage = "usage: LvLogDecode [-f | --follow] [--interval MS] FILE\n"
+                               "       LvLogDecode --help\n";
 
 constexpr const char* kHelp =
     "Prints a debug log of the host (C:\\TEMP\\LVBHOHost.txt when \"lvDebugSupport\" switches it on) as text.\n"
@@ -33,12 +32,12 @@ constexpr const char* kHelp =
     "\n"
     "  FILE            the log file; \"-\" reads standard input\n"
     "  -f, --follow    keep reading as the file grows, like tail -f; waits for a file that does not exist yet\n"
-    "                  and starts again from the beginning when the file is truncated or replaced\n"
+    "                  (or no longer does) and starts again from the beginning when the file gets shorter\n"
     "  --interval MS   how often to look for new bytes when following (default 200, 10 to 60000)\n"
     "  -h, --help      this text\n"
     "\n"
-    "Exit codes: 0 done (when following: never ends by itself; stop it with Ctrl-C),\n"
-    "            1 the file cannot be read, 2 bad arguments.\n";
+    "Exit codes: 0 done, 1 the file cannot be read, 2 bad arguments. When following, the program runs until it is\n"
+    "stopped (Ctrl-C); a file it cannot read is reported on stderr and waited for.\n";
 
 struct Options
 {
@@ -88,6 +87,7 @@ int Follow(const Options& options)
     CLogDecoder decoder;
     std::uintmax_t offset = 0;
     bool waitingNoted = false;
+    bool unreadableNoted = false;
     for (;;)
     {
         std::error_code error;
@@ -111,10 +111,19 @@ int Follow(const Options& options)
                 decoder = CLogDecoder();
             }
             std::string bytes;
-            if (size > offset && ReadFrom(path, offset, bytes))
+            if (size > offset)
             {
-                offset += bytes.size();
-                Write(decoder.Feed(bytes.data(), bytes.size()));
+                if (ReadFrom(path, offset, bytes))
+                {
+                    unreadableNoted = false;
+                    offset += bytes.size();
+                    Write(decoder.Feed(bytes.data(), bytes.size()));
+                }
+                else if (!unreadableNoted)
+                {
+                    std::fprintf(stderr, "LvLogDecode: cannot read %s; waiting\n", options.file.c_str());
+                    unreadableNoted = true;
+                }
             }
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(options.intervalMs));
