@@ -162,7 +162,6 @@ const browserEnv = { ...wineEnv, LVBHO_E2E_EXE: hostExe, LVBHO_E2E_HOST_LOG: hos
 let activeBrowser = null;
 let core = null;
 let server = null;
-let cleanedUp = false;
 
 async function closeBrowser() {
   if (!activeBrowser) return;
@@ -171,16 +170,23 @@ async function closeBrowser() {
   const proc = browser.process();
   await Promise.race([browser.close().catch(() => {}), sleep(5000)]);
   if (proc && proc.exitCode === null && proc.signalCode === null) {
-    try {
-      process.kill(proc.pid, "SIGKILL");
-    } catch {
-      /* already gone */
+    // Puppeteer starts the browser as the leader of its own process group: end its helpers with it.
+    for (const target of [-proc.pid, proc.pid]) {
+      try {
+        process.kill(target, "SIGKILL");
+        break;
+      } catch {
+        /* not a group of its own, or already gone */
+      }
     }
   }
 }
-async function cleanup() {
-  if (cleanedUp) return;
-  cleanedUp = true;
+let cleaning = null;
+function cleanup() {
+  cleaning ??= cleanupOnce();
+  return cleaning;
+}
+async function cleanupOnce() {
   await closeBrowser();
   if (core) await core.stop();
   if (server) server.close();
@@ -193,12 +199,12 @@ const watchdog = setTimeout(async () => {
   check("finished within LVBHO_E2E_TIMEOUT_S", false, `${TIMEOUT_S} s watchdog fired`);
   await cleanup();
   console.log(`${results.filter((r) => r.ok).length} passed, ${results.filter((r) => !r.ok).length} failed`);
-  process.exit(2);
+  process.exit(1);
 }, TIMEOUT_S * 1000);
-for (const sig of ["SIGINT", "SIGTERM"]) {
+for (const [sig, code] of [["SIGINT", 130], ["SIGTERM", 143]]) {
   process.on(sig, async () => {
     await cleanup();
-    process.exit(130);
+    process.exit(code);
   });
 }
 
@@ -241,13 +247,22 @@ function hostManifest(name) {
 }
 
 // The host's manifest for a Linux browser: only "path" (our launcher) and the allowed origin or extension id
-// (the test extension's) change.
-function linuxManifest(name, member, allowed) {
-  const { manifest } = hostManifest(name);
-  const changed = { ...manifest, path: path.join(hostDir, "lvbhohost.sh"), [member]: [allowed] };
-  const kept = Object.keys(manifest).filter((k) => k !== "path" && k !== member);
-  const same = kept.every((k) => sameJson(manifest[k], changed[k])) && Array.isArray(manifest[member]);
-  return { changed, original: manifest, same };
+// (the test extension's) change. Written to `target`, then read back and compared member by member with the host's.
+function placeManifest(name, member, allowed, target) {
+  const { manifest: original } = hostManifest(name);
+  fs.writeFileSync(target, JSON.stringify({ ...original, path: path.join(hostDir, "lvbhohost.sh"), [member]: [allowed] }));
+  const placed = JSON.parse(fs.readFileSync(target, "utf8"));
+  const keys = (o) => Object.keys(o).sort().join(",");
+  const problems = [];
+  if (keys(placed) !== keys(original)) problems.push(`members ${keys(placed)} instead of ${keys(original)}`);
+  for (const k of Object.keys(original)) {
+    if (k !== "path" && k !== member && !sameJson(placed[k], original[k])) problems.push(`${k} changed`);
+  }
+  if (original.name !== name) problems.push(`the host named itself ${json(original.name)}`);
+  if (original.type !== "stdio") problems.push(`type ${json(original.type)}`);
+  if (!Array.isArray(original[member]) || original[member].length !== 1) problems.push(`${member} ${json(original[member])}`);
+  if (!path.isAbsolute(placed.path) || !sameJson(placed[member], [allowed])) problems.push("path or allowed list not placed");
+  return { placed, problems };
 }
 
 function installLauncher() {
@@ -455,10 +470,12 @@ async function flows(label, page, hostName, expectedArgs) {
   const unknownCommand = await ask({ command: "NoSuchCommand" });
   const wrongTypes = await ask({ command: "CheckSkipList", domain: 42 });
   const after = await ask({ command: "GetLang" });
+  const missing = { CommandError: 4, CommandErrorMsg: "Argument missing" };
   check(`${label}: malformed requests are answered, not fatal`,
-    noIds.length === 3 && noIds.every((m) => m.CommandError === 4 || m.CommandError === 1) &&
-      unknownCommand.CommandError === 2 && unknownCommand.command === "NoSuchCommand" &&
-      typeof wrongTypes.CommandError === "number" && after.CommandError === 0,
+    noIds.length === 3 && sameJson(noIds[0], missing) && sameJson(noIds[1], { ...missing, command: "GetLang" }) &&
+      sameJson(noIds[2], missing) &&
+      sameJson(unknownCommand, { CommandError: 2, CommandErrorMsg: "Invalid Command", command: "NoSuchCommand", id: unknownCommand.id }) &&
+      wrongTypes.CommandError === 0 && wrongTypes.skipped === 0 && after.CommandError === 0 && after.Lang === "English",
     `${json(noIds)} ${json(unknownCommand)} ${json(wrongTypes)}`);
 
   // The port closing ends the host: exit 0 and nothing of it left in the prefix.
@@ -481,10 +498,9 @@ async function testChromium(url) {
   // With --user-data-dir, Chromium on Linux reads per-user host manifests from <user-data-dir>/NativeMessagingHosts.
   const nmDir = path.join(userDataDir, "NativeMessagingHosts");
   fs.mkdirSync(nmDir, { recursive: true });
-  const m = linuxManifest(CHROME_HOST, "allowed_origins", `chrome-extension://${extId}/`);
-  check("chromium: host manifest from -RegisterNativeApp, only path and origin changed",
-    m.same && m.original.name === CHROME_HOST, json(m.changed));
-  fs.writeFileSync(path.join(nmDir, `${CHROME_HOST}.json`), JSON.stringify(m.changed));
+  const m = placeManifest(CHROME_HOST, "allowed_origins", `chrome-extension://${extId}/`, path.join(nmDir, `${CHROME_HOST}.json`));
+  check("chromium: host manifest from -RegisterNativeApp, only path and origin changed", m.problems.length === 0,
+    m.problems.length ? m.problems.join("; ") : json(m.placed));
 
   const t = Date.now();
   const browser = await puppeteer.launch({
@@ -517,10 +533,9 @@ async function testFirefox(url) {
   const nmDir = path.join(home, ".mozilla", "native-messaging-hosts");
   fs.mkdirSync(nmDir, { recursive: true });
   const manifestPath = path.join(nmDir, `${FIREFOX_HOST}.json`);
-  const m = linuxManifest(FIREFOX_HOST, "allowed_extensions", addonId);
-  check("firefox: host manifest from -RegisterNativeApp, only path and extension id changed",
-    m.same && m.original.name === FIREFOX_HOST, json(m.changed));
-  fs.writeFileSync(manifestPath, JSON.stringify(m.changed));
+  const m = placeManifest(FIREFOX_HOST, "allowed_extensions", addonId, manifestPath);
+  check("firefox: host manifest from -RegisterNativeApp, only path and extension id changed", m.problems.length === 0,
+    m.problems.length ? m.problems.join("; ") : json(m.placed));
 
   const t = Date.now();
   const browser = await puppeteer.launch({

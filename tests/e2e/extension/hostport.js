@@ -18,8 +18,18 @@
     return err ? String(err.message || err) : "port disconnected";
   }
 
+  // Every request still waiting fails with `reason` (the port it was sent on is gone).
+  function failWaiting(reason) {
+    for (const [id, w] of waiting) {
+      clearTimeout(w.timer);
+      w.reject(new Error(`no answer to id ${id}: ${reason}`));
+    }
+    waiting.clear();
+  }
+
   function connect(host) {
     if (port) port.disconnect();
+    failWaiting("the port was replaced");
     port = api.runtime.connectNative(host);
     nextId = 0;
     unsolicited = [];
@@ -37,11 +47,7 @@
     });
     port.onDisconnect.addListener((p) => {
       disconnected = lastErrorMessage(p);
-      for (const [id, w] of waiting) {
-        clearTimeout(w.timer);
-        w.reject(new Error(`port closed before the answer to id ${id}: ${disconnected}`));
-      }
-      waiting.clear();
+      failWaiting(`the port closed: ${disconnected}`);
       port = null;
     });
     return true;
@@ -55,12 +61,13 @@
         return;
       }
       const id = ++nextId;
-      const timer = setTimeout(() => {
-        waiting.delete(id);
+      const t0 = performance.now();
+      const entry = { resolve: (m) => resolve({ answer: m, ms: performance.now() - t0 }), reject, timer: null };
+      entry.timer = setTimeout(() => {
+        if (waiting.get(id) === entry) waiting.delete(id);
         reject(new Error(`no answer to id ${id} within ${timeoutMs} ms`));
       }, timeoutMs);
-      const t0 = performance.now();
-      waiting.set(id, { resolve: (m) => resolve({ answer: m, ms: performance.now() - t0 }), reject, timer });
+      waiting.set(id, entry);
       port.postMessage({ ...message, id });
     });
   }
@@ -85,6 +92,7 @@
 
   function disconnect() {
     if (!port) return false;
+    failWaiting("closed by the extension");
     port.disconnect();
     port = null;
     disconnected = "closed by the extension";
