@@ -349,6 +349,25 @@ def run_unittests(argv, prefix):
     return 0 if program.result.wasSuccessful() and tests > 0 else 1
 
 
+def blackbox_main(description, programs, bind):
+    """The main of a black-box script: reads one required `--name PATH` option per entry of `programs` (pairs of
+    option and help text), makes a prefix, lets `bind(paths, prefix)` set the script's globals (paths by option
+    name without the dashes, with "-" as "_", each resolved) and runs the script's unittest cases; exits with their
+    verdict. Other arguments go to unittest."""
+    import argparse
+    import sys
+
+    parser = argparse.ArgumentParser(description=description)
+    for option, help_text in programs:
+        parser.add_argument(option, required=True, help=help_text)
+    args, rest = parser.parse_known_args()
+    paths = {name: Path(value).resolve() for name, value in vars(args).items()}
+    with WinePrefix() as prefix:
+        bind(paths, prefix)
+        code = run_unittests([sys.argv[0], *rest], prefix)
+    sys.exit(code)
+
+
 def decode_log(data):
     """Turns the scrambled debug log back into text: CR LF is the line end the file was written with; every other
     byte but 0, 9 and 10 was shifted up by 10."""

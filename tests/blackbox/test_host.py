@@ -4,7 +4,6 @@
 Uses the scratch prefix of scripts/with-wine-prefix when run inside it (as ctest is by make test), else a fresh one.
 """
 
-import argparse
 import json
 import os
 import struct
@@ -740,17 +739,13 @@ class NoCoreTest(unittest.TestCase):
 
 
 def main():
-    global EXE, SIM, PREFIX
-    parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("--exe", required=True, help="path to LVBHOHost.exe")
-    parser.add_argument("--sim", required=True, help="path to SimLvEngine.exe, the stand-in core")
-    args, rest = parser.parse_known_args()
-    EXE = Path(args.exe).resolve()
-    SIM = Path(args.sim).resolve()
-    with winhost.WinePrefix() as prefix:
-        PREFIX = prefix
-        code = winhost.run_unittests([sys.argv[0], *rest], prefix)
-    sys.exit(code)
+    def bind(paths, prefix):
+        global EXE, SIM, PREFIX
+        EXE, SIM, PREFIX = paths["exe"], paths["sim"], prefix
+    winhost.blackbox_main(__doc__, [
+        ("--exe", "path to LVBHOHost.exe"),
+        ("--sim", "path to SimLvEngine.exe, the stand-in core"),
+    ], bind)
 
 
 if __name__ == "__main__":

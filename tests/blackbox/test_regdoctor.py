@@ -6,7 +6,6 @@ sees of a running stand-in core.
 Uses the scratch prefix of scripts/with-wine-prefix when run inside it, else a fresh one.
 """
 
-import argparse
 import json
 import shutil
 import subprocess
@@ -202,19 +201,14 @@ class CoreTest(DoctorCase):
 
 
 def main():
-    global EXE, DOCTOR, SIM, PREFIX
-    parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("--exe", required=True, help="path to LVBHOHost.exe")
-    parser.add_argument("--doctor", required=True, help="path to LvRegDoctor.exe")
-    parser.add_argument("--sim", required=True, help="path to SimLvEngine.exe, the stand-in core")
-    args, rest = parser.parse_known_args()
-    EXE = Path(args.exe).resolve()
-    DOCTOR = Path(args.doctor).resolve()
-    SIM = Path(args.sim).resolve()
-    with winhost.WinePrefix() as prefix:
-        PREFIX = prefix
-        code = winhost.run_unittests([sys.argv[0], *rest], prefix)
-    sys.exit(code)
+    def bind(paths, prefix):
+        global EXE, DOCTOR, SIM, PREFIX
+        EXE, DOCTOR, SIM, PREFIX = paths["exe"], paths["doctor"], paths["sim"], prefix
+    winhost.blackbox_main(__doc__, [
+        ("--exe", "path to LVBHOHost.exe"),
+        ("--doctor", "path to LvRegDoctor.exe"),
+        ("--sim", "path to SimLvEngine.exe, the stand-in core"),
+    ], bind)
 
 
 if __name__ == "__main__":

@@ -6,7 +6,6 @@ The local Group Policy object is our own test double (Wine has none), registered
 chrome.exe is a stub under App Paths that records its command line.
 """
 
-import argparse
 import shutil
 import sys
 import time
@@ -319,19 +318,14 @@ class ChromePolicyTest(RegistrationCase):
 
 
 def main():
-    global EXE, FAKEGPO, STUB_CHROME, PREFIX
-    parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("--exe", required=True, help="path to LVBHOHost.exe")
-    parser.add_argument("--fakegpo", required=True, help="path to FakeGpo.dll, the Group Policy object's stand-in")
-    parser.add_argument("--stub-chrome", required=True, help="path to StubChrome.exe")
-    args, rest = parser.parse_known_args()
-    EXE = Path(args.exe).resolve()
-    FAKEGPO = Path(args.fakegpo).resolve()
-    STUB_CHROME = Path(args.stub_chrome).resolve()
-    with winhost.WinePrefix() as prefix:
-        PREFIX = prefix
-        code = winhost.run_unittests([sys.argv[0], *rest], prefix)
-    sys.exit(code)
+    def bind(paths, prefix):
+        global EXE, FAKEGPO, STUB_CHROME, PREFIX
+        EXE, FAKEGPO, STUB_CHROME, PREFIX = paths["exe"], paths["fakegpo"], paths["stub_chrome"], prefix
+    winhost.blackbox_main(__doc__, [
+        ("--exe", "path to LVBHOHost.exe"),
+        ("--fakegpo", "path to FakeGpo.dll, the Group Policy object's stand-in"),
+        ("--stub-chrome", "path to StubChrome.exe"),
+    ], bind)
 
 
 if __name__ == "__main__":
