@@ -8,7 +8,6 @@ object's test double (Wine has none) and a chrome.exe stub; it is removed at the
 
 import argparse
 import shutil
-import subprocess
 import sys
 import time
 from pathlib import Path
@@ -38,12 +37,10 @@ STEPS = [
 
 
 def listing(prefix, key, view):
-    for _ in range(2):  # a reg query right after another Wine process ended now and then fails at once
-        result = subprocess.run(["wine", "reg", "query", key, "/s", f"/reg:{view}"], env=prefix.env,
-                                stdin=subprocess.DEVNULL, capture_output=True)
-        if result.returncode == 0:
-            return result.stdout.decode("latin-1").replace("\r", "").strip() or "(no values, no subkeys)"
-    return "(no such key)"
+    code, text = prefix.reg_tree(key, view)
+    if code != 0:
+        return "(no such key)"
+    return text.replace("\r", "").strip() or "(no values, no subkeys)"
 
 
 def main():

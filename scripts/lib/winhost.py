@@ -97,18 +97,31 @@ class WinePrefix:
     def reg_values(self, key, view=64):
         """The values of `key` in the 64- or 32-bit view as {name: (type, data)}; None when the key is missing.
         The default value is named ""."""
-        result = subprocess.run(["wine", "reg", "query", key, f"/reg:{view}"], env=self.env,
-                                stdin=subprocess.DEVNULL, capture_output=True)
-        if result.returncode != 0:
+        code, text = self._reg_query(key, view)
+        if code != 0:
             return None
         values = {}
-        for line in result.stdout.decode("latin-1").splitlines():
+        for line in text.splitlines():
             if not line.startswith("    "):
                 continue
             parts = line.strip().split("    ")
             name, kind, data = (parts + ["", ""])[:3]
             values["" if name == "(Default)" else name] = (kind, data.strip())
         return values
+
+    def reg_tree(self, key, view=64):
+        """`reg query KEY /s` in the 64- or 32-bit view: (return code, output text)."""
+        return self._reg_query(key, view, "/s")
+
+    def _reg_query(self, key, view, *options, attempts=3):
+        # A query right after another Wine process ended now and then fails at once, so a failure is asked again
+        # before it counts (a missing key costs the extra attempts).
+        for _ in range(attempts):
+            result = subprocess.run(["wine", "reg", "query", key, *options, f"/reg:{view}"], env=self.env,
+                                    stdin=subprocess.DEVNULL, capture_output=True)
+            if result.returncode == 0:
+                break
+        return result.returncode, result.stdout.decode("latin-1")
 
     def install_product(self, install_dir="C:\\Program Files\\Lumivar\\", oem=55, pmode=1, product_ver="9.4.0",
                         web_version="9.4.0.12", build_number="2026.11.3", release=4):

@@ -8,7 +8,6 @@ Uses the scratch prefix of scripts/with-wine-prefix when run inside it, else a f
 
 import json
 import shutil
-import subprocess
 import sys
 import unittest
 from pathlib import Path
@@ -37,9 +36,8 @@ def snapshot():
     texts = []
     for key in WATCHED:
         for view in (64, 32):
-            result = subprocess.run(["wine", "reg", "query", key, "/s", f"/reg:{view}"], env=PREFIX.env,
-                                    stdin=subprocess.DEVNULL, capture_output=True)
-            texts.append(f"{key} {view} {result.returncode}\n" + result.stdout.decode("latin-1"))
+            code, text = PREFIX.reg_tree(key, view)
+            texts.append(f"{key} {view} {code}\n" + text)
     return texts
 
 
