@@ -47,13 +47,6 @@ std::string CLVBHOCommandHandler::ReadString(const char* name, const char* fallb
     return value;
 }
 
-std::uint32_t CLVBHOCommandHandler::NotAvailable(const char* command)
-{
-    if (m_log.Enabled(kTraceLevel))
-        m_log.Write("CLVBHOCommandHandler::%s - not available in this build", command);
-    return kStatusFail;
-}
-
 std::uint32_t CLVBHOCommandHandler::CancelIfBusy(std::int32_t wait)
 {
     if ((m_link.GetSharedFlags() & kFlagCancellable) == 0)
@@ -185,7 +178,7 @@ std::uint32_t CLVBHOCommandHandler::CheckAndValidate()
     {
         CMutexLock lock(m_link);
         if (const BHOSharedData* block = m_link.Block())
-            m_coreContext = block->hostContext;
+            KeepCoreWindow(block->hostContext);
     }
     return result == static_cast<std::int32_t>(kResultVaultSelect) ? kStatusVaultSelect : kStatusPending;
 }
@@ -332,14 +325,16 @@ std::uint32_t CLVBHOCommandHandler::ShowPrompt()
 {
     if (!m_platform.HasPromptWindow())
         return kStatusFail;
-    return NotAvailable("ShowPrompt");
+    m_platform.SendToWindow(kMsgShowPrompt, 0, 0);
+    return kStatusSuccess;
 }
 
 std::uint32_t CLVBHOCommandHandler::SetPromptPos()
 {
     if (!m_platform.HasPromptWindow())
         return kStatusFail;
-    return NotAvailable("SetPromptPos");
+    m_platform.SendToWindow(kMsgSetPromptPos, 0, 0);
+    return kStatusSuccess;
 }
 
 std::uint32_t CLVBHOCommandHandler::HidePrompt()

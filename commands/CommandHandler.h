@@ -69,10 +69,15 @@ public:
     bool IsDiscoveryOn();
     void SetDoNotShowDiscovery();
     void LoadSkipList();
+    // Sites the user told the prompt never to save for (upper-cased URLs), kept for the life of the process.
+    void AddNeverRememberUrl(const std::string& url) { m_neverRememberUrls.push_back(url); }
+    const std::vector<std::string>& NeverRememberUrls() const noexcept { return m_neverRememberUrls; }
 
     const std::string& BrowserName() const noexcept { return m_browserName; }
     int BrowserCode() const noexcept { return m_browserCode; }
+    // The core's window, as the block's first field held it when the core last left a validation pending.
     std::uint64_t CoreContext() const noexcept { return m_coreContext; }
+    void KeepCoreWindow(std::uint64_t window) noexcept { m_coreContext = window; }
     const std::vector<std::string>& SkipList() const noexcept { return m_skipList; }
     LoginScriptTables& ScriptTables() noexcept { return m_tables; }
     ICoreLink& CoreLink() noexcept { return m_link; }
@@ -82,7 +87,6 @@ private:
     // Checks that every member is present; the commands answer 4 before any work otherwise.
     bool HasMembers(std::initializer_list<const char*> names);
     std::string ReadString(const char* name, const char* fallback = "");
-    std::uint32_t NotAvailable(const char* command);
 
     IJsonMessage& m_request;
     IHandlerPlatform& m_platform;
@@ -99,4 +103,5 @@ private:
     int m_browserCode = 0;
     LoginScriptTables m_tables;
     std::vector<std::string> m_skipList;
+    std::vector<std::string> m_neverRememberUrls;
 };

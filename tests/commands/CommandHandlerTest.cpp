@@ -137,6 +137,27 @@ TEST(CommandHandlerTest, HidePromptSendsTheHideRequestToThePromptWindow)
     EXPECT_EQ((Calls{"Send MSG_WM_HIDEPROMPT 1 0"}), run.platform.m_calls);
 }
 
+TEST(CommandHandlerTest, ShowPromptAndSetPromptPosGoToThePromptWindow)
+{
+    Handler run;
+    run.platform.m_hasPrompt = true;
+
+    EXPECT_EQ(0u, run.Make().ShowPrompt());
+    EXPECT_EQ(0u, run.handler->SetPromptPos());
+
+    EXPECT_EQ((Calls{"Send MSG_WM_SHOWPROMPT 0 0", "Send MSG_WM_SETPROMPTPOS 0 0"}), run.platform.m_calls);
+}
+
+TEST(CommandHandlerTest, ShowPromptAndSetPromptPosWithoutPromptWindowFail)
+{
+    Handler run;
+
+    EXPECT_EQ(3u, run.Make().ShowPrompt());
+    EXPECT_EQ(3u, run.handler->SetPromptPos());
+
+    EXPECT_TRUE(run.platform.m_calls.empty());
+}
+
 TEST(CommandHandlerTest, CancelOperationWithNothingOpenFailsWithoutWaiting)
 {
     Handler run;
