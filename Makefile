@@ -40,6 +40,10 @@ demo: bootstrap build-mingw build-tools
 	@python3 scripts/demo.py --exe build/mingw-release/bin/LVBHOHost.exe \
 		--sim build/mingw-release/bin/SimLvEngine.exe \
 		--nmclient build/linux-debug/bin/LvNmClient --logdecode build/linux-debug/bin/LvLogDecode
+	@echo
+	@echo "The prompt's dialogs (LVUI.dll) at the zooms of two screens, under Xvfb:"
+	@python3 scripts/prompt_gallery.py --gallery build/mingw-release/bin/LvUiGallery.exe \
+		--lvui build/mingw-release/bin/LVUI.dll --out build/screenshots
 
 bench: bootstrap build-mingw
 	@python3 bench/run_bench.py --build build/mingw-release

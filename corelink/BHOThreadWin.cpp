@@ -3,7 +3,10 @@
 #include "commands/IHandlerPlatform.h"
 #include "corelink/MessagePumpWin.h"
 #include "corelink/SecurityWin.h"
+#include "prompt/BrowserTrackerWin.h"
 #include "prompt/PromptWndWin.h"
+
+#include "lvui/include/LvUi.h"
 
 #include <imm.h>
 #include <objbase.h>
@@ -75,7 +78,8 @@ bool CBHOThread::InitInstance()
 
 int CBHOThread::ExitInstance()
 {
-    // Windows go before the handler they forward to, and both before COM.
+    // Windows go before the handler they forward to, and both before COM; the focus hook forgets this thread.
+    ForgetFocusHookOwner(this);
     if (m_pPlatform)
         m_pPlatform->DestroyWindow();
     m_pHandler.reset();
@@ -91,7 +95,8 @@ bool CBHOThread::PreTranslateMessage(MSG& message)
     // Keys that an input method editor has taken are seen as their real virtual keys by the prompt window.
     if (message.message == WM_KEYDOWN && message.wParam == VK_PROCESSKEY)
         message.wParam = ::ImmGetVirtualKey(message.hwnd);
-    return false;
+    // The dialogs' keyboard: Tab between their controls, Enter and Esc.
+    return LvUiPreTranslateMessage(&message) != FALSE;
 }
 
 bool CBHOThread::OnThreadMessage(const MSG& message)
@@ -114,7 +119,7 @@ void CBHOThread::OnCreatePromptWnd(WPARAM, LPARAM lParam)
     if (!m_pHandler || !m_pPlatform)
         return;
     // A fresh prompt window takes the place of the current window; the core answers to whichever is current.
-    if (!m_pPlatform->ReplaceWindow(std::make_unique<CBHOPromptWnd>(*m_pWriter), m_pHandler.get()))
+    if (!m_pPlatform->ReplaceWindow(std::make_unique<CBHOPromptWnd>(*m_pWriter, this), m_pHandler.get()))
     {
         const DWORD error = ::GetLastError();
         if (m_log.Enabled(3))

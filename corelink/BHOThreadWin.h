@@ -27,6 +27,8 @@ public:
 
     // Set once InitInstance has run; null before.
     CLVBHOCommandHandler* Handler() const noexcept { return m_pHandler.get(); }
+    // UI thread only.
+    CHandlerPlatformWin* Platform() const noexcept { return m_pPlatform.get(); }
 
     // Keys that an input method editor has taken reach the windows as their real virtual keys.
     bool PreTranslateMessage(MSG& message) override;

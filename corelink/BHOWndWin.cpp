@@ -22,6 +22,7 @@ bool CBHOWnd::Create(CLVBHOCommandHandler* handler)
         return false;
     ::ChangeWindowMessageFilterEx(Handle(), WM_COPYDATA, MSGFLT_ALLOW, nullptr);
     ::ChangeWindowMessageFilterEx(Handle(), Messages().coreWakeUp, MSGFLT_ALLOW, nullptr);
+    OnCreated();
     return true;
 }
 

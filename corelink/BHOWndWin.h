@@ -28,12 +28,17 @@ public:
 
 protected:
     bool OnMessage(UINT message, WPARAM wParam, LPARAM lParam, LRESULT& result) override;
+    // Runs once the window exists, at the end of a successful Create.
+    virtual void OnCreated() {}
     // "ValidateAsyncMsg": `record` came from malloc and is freed here when wParam is 0. Returns 1.
-    LRESULT OnCopyData(WPARAM wParam, BHOCopyData* record);
+    virtual LRESULT OnCopyData(WPARAM wParam, BHOCopyData* record);
     // "FormFill". Returns 0.
     LRESULT OnAutoFill();
 
     CLVBHOCommandHandler* Handler() const noexcept { return m_pHandler; }
+    // The message the replies are built in, and the writer they leave through.
+    IJsonMessage& Json() noexcept { return *m_pJson; }
+    CResponseWriter& Writer() noexcept { return m_writer; }
 
 private:
     CResponseWriter& m_writer;

@@ -29,6 +29,8 @@ public:
     // UI thread only: destroys the window.
     void DestroyWindow() noexcept;
     CResponseWriter& Writer() noexcept { return m_writer; }
+    // UI thread only: the handler's window, or null.
+    CBHOWnd* Window() noexcept { return m_window.get(); }
 
 private:
     DWORD m_uiThreadId;

@@ -13,6 +13,11 @@ struct RegisteredMessages
     UINT coreWakeUp = ::RegisterWindowMessageA(kMsgCoreWakeUp);
     UINT hidePrompt = ::RegisterWindowMessageA(kMsgHidePrompt);
     UINT setTabInfo = ::RegisterWindowMessageA(kMsgSetTabInfo);
+    UINT showPrompt = ::RegisterWindowMessageA(kMsgShowPrompt);
+    UINT setPromptPos = ::RegisterWindowMessageA(kMsgSetPromptPos);
+    UINT initPromptUi = ::RegisterWindowMessageA(kMsgInitPromptUi);
+    UINT processPromptUi = ::RegisterWindowMessageA(kMsgProcessPromptUi);
+    UINT updateMsg = ::RegisterWindowMessageA(kMsgUpdateMsg);
 };
 
 inline const RegisteredMessages& Messages()

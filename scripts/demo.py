@@ -8,7 +8,6 @@ core saw and the host's decoded debug log. The prefix is removed at the end.
 
 import argparse
 import json
-import shutil
 import subprocess
 import sys
 from pathlib import Path
@@ -37,9 +36,7 @@ def main():
     print("Creating a scratch Wine prefix (a few seconds)...")
     with winhost.WinePrefix(use_environment=False) as prefix:
         installed = prefix.drive_c / "Program Files" / "Lumivar"
-        installed.mkdir(parents=True)
-        shutil.copy(exe, installed / "LVBHOHost.exe")
-        host = installed / "LVBHOHost.exe"
+        host = winhost.install_host(exe, installed)
 
         print("\n1. No product installed: the host refuses to run in any mode.")
         result = winhost.run_host(prefix, host, winhost.frame('{"command":"GetLang","id":1}'))

@@ -55,7 +55,7 @@ def main():
         prefix.install_product(install_dir=INSTALL_DIR, oem=55)
         install = prefix.drive_c / "Program Files" / "Lumivar"
         install.mkdir(parents=True)
-        shutil.copy(args.exe, install / "LVBHOHost.exe")
+        winhost.install_host(args.exe, install)
         shutil.copy(args.fakegpo, prefix.drive_c / "FakeGpo.dll")
         prefix.reg("add", GPO_CLSID, "/ve", "/d", "C:\\FakeGpo.dll", "/f")
         prefix.reg("add", GPO_CLSID, "/v", "ThreadingModel", "/d", "Both", "/f")

@@ -362,6 +362,17 @@ def run_unittests(argv, prefix):
     return 0 if program.result.wasSuccessful() and tests > 0 else 1
 
 
+def install_host(exe, folder, name="LVBHOHost.exe"):
+    """Copies the host into `folder` under `name`, with the dialog library LVUI.dll it loads from beside it; returns
+    the copy's path."""
+    exe = Path(exe)
+    folder = Path(folder)
+    folder.mkdir(parents=True, exist_ok=True)
+    shutil.copy(exe, folder / name)
+    shutil.copy(exe.parent / "LVUI.dll", folder / "LVUI.dll")
+    return folder / name
+
+
 def blackbox_main(description, programs, bind):
     """The main of a black-box script: reads one required `--name PATH` option per entry of `programs` (pairs of
     option and help text), makes a prefix, lets `bind(paths, prefix)` set the script's globals (paths by option

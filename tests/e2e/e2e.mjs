@@ -220,6 +220,8 @@ function prepareWine() {
   // A simulated installation: the product key and the host in the installation folder.
   fs.mkdirSync(installDir, { recursive: true });
   fs.copyFileSync(opts.exe, hostExe);
+  // The dialog library the host loads from beside it.
+  fs.copyFileSync(path.join(path.dirname(opts.exe), "LVUI.dll"), path.join(installDir, "LVUI.dll"));
   const esc = (s) => s.replace(/\\/g, "\\\\");
   const reg = [
     "REGEDIT4", "",

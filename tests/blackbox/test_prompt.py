@@ -1,0 +1,415 @@
+#!/usr/bin/env python3
+"""The prompt under Xvfb: LVBHOHost.exe served as Firefox, a stand-in browser window (StubBrowser.exe, run as
+firefox.exe) in the foreground, and the stand-in core. Checks where the dialogs land in the browser window, what each
+button answers, what the core receives, the verification results, SetPromptPos and the focus messages.
+
+Needs an X display (run it under xvfb-run) and a prefix of its own (scripts/with-wine-prefix)."""
+
+import json
+import shutil
+import subprocess
+import sys
+import time
+import unittest
+from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "scripts" / "lib"))
+import winhost  # noqa: E402
+
+EXE = None
+SIM = None
+STUB = None
+PREFIX = None
+
+# The core's device ids, as the stand-in core's "push copydata" takes them (decimal).
+VERIFY_CODE = 0x44525655  # "DRVU": page "2"
+VERIFY_PIN = 0x44525675  # "DRVu": page "3" and the PIN dialog
+VERIFY_WAITING = 0x44525676  # "DRVv": page "3"
+
+BUTTON_CLASS = "button"
+EDIT_CLASS = "edit"
+
+
+class StubBrowser:
+    """StubBrowser.exe under Wine, driven by its line commands."""
+
+    def __init__(self, exe, window_class="MozillaWindowClass"):
+        self.process = subprocess.Popen(["wine", str(exe), "--class", window_class], env=PREFIX.env,
+                                        stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
+                                        bufsize=0)
+        ready = self.process.stdout.readline().decode().split()
+        if not ready or ready[0] != "ready":
+            raise RuntimeError(f"the stand-in browser did not start: {ready}")
+        self.window = int(ready[1])
+
+    def command(self, line):
+        self.process.stdin.write((line + "\n").encode())
+        self.process.stdin.flush()
+        reply = self.process.stdout.readline().decode().strip()
+        if not reply.startswith("ok"):
+            raise RuntimeError(f"{line}: {reply}")
+        return reply[3:]
+
+    def children(self):
+        return json.loads(self.command("children"))
+
+    def stop(self):
+        if self.process.poll() is None:
+            try:
+                self.command("quit")
+            except (RuntimeError, BrokenPipeError, OSError):
+                pass
+            try:
+                self.process.wait(timeout=10)
+            except subprocess.TimeoutExpired:
+                self.process.kill()
+        self.process.stdout.close()
+
+
+class PromptCase(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        PREFIX.install_product()
+        browser_dir = PREFIX.drive_c / "Browser"
+        browser_dir.mkdir(exist_ok=True)
+        shutil.copy(STUB, browser_dir / "firefox.exe")
+        cls.stub = browser_dir / "firefox.exe"
+
+    def setUp(self):
+        self.core = winhost.SimCore(PREFIX, SIM)
+        self.addCleanup(self.core.stop)
+        self.browser = StubBrowser(self.stub)
+        self.addCleanup(self.browser.stop)
+        self.host = subprocess.Popen(["wine", str(EXE), "C:\\Browser\\lvbho.json", "EdHalo_ffext@lvbho"],
+                                     env=PREFIX.env, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                                     stderr=subprocess.DEVNULL, bufsize=0)
+        self.addCleanup(self.host.stdout.close)
+        self.addCleanup(lambda: self.host.poll() is None and self.host.kill())
+        self.next_id = 0
+        identify = self.ask({"command": "Identify", "name": "firefox"})
+        self.assertEqual(0, identify["CommandError"])
+        self.assertEqual("1", self.browser.command("foreground"))
+
+    # --- the conversation -----------------------------------------------------------------------------------------
+
+    def send(self, request):
+        self.next_id += 1
+        request = dict(request, id=self.next_id)
+        self.host.stdin.write(winhost.frame(json.dumps(request, separators=(",", ":"))))
+        self.host.stdin.flush()
+        return self.next_id
+
+    def receive(self, timeout=30):
+        return json.loads(winhost.receive_frame(self.host, timeout=timeout))
+
+    def ask(self, request):
+        request_id = self.send(request)
+        answer = self.receive()
+        self.assertEqual(request_id, answer.get("id"), answer)
+        return answer
+
+    def no_frame_within(self, seconds):
+        try:
+            frame = winhost.receive_frame(self.host, timeout=seconds)
+        except TimeoutError:
+            return True
+        self.fail(f"unexpected frame {frame!r}")
+
+    def end(self):
+        self.host.stdin.close()
+        self.assertEqual(0, self.host.wait(timeout=30))
+
+    # --- what the browser window holds ------------------------------------------------------------------------------
+
+    def dialogs(self):
+        """The visible windows placed directly in the browser window (the prompt's dialogs), top first."""
+        found = [c for c in self.browser.children() if c["parent"] == self.browser.window and c["visible"]]
+        return sorted(found, key=lambda c: c["y"])
+
+    def controls(self, dialog, class_name):
+        return [c for c in self.browser.children()
+                if c["parent"] == dialog["hwnd"] and c["visible"] and c["class"].lower() == class_name]
+
+    def button(self, dialog, text):
+        for control in self.controls(dialog, BUTTON_CLASS):
+            if control["text"].replace("&", "") == text:
+                return control
+        self.fail(f"no button {text!r} in {self.controls(dialog, BUTTON_CLASS)}")
+
+    def wait_for(self, condition, timeout=10):
+        deadline = time.monotonic() + timeout
+        while not condition():
+            if time.monotonic() > deadline:
+                self.fail("timed out")
+            time.sleep(0.05)
+
+    def show(self, page, domain="mail.example.com", x=100, y=80, w=420, h=300):
+        """SetPromptPos, then ShowPrompt; returns (size reply or None, answer, prompt id)."""
+        self.assertEqual(0, self.ask({"command": "SetPromptPos", "x": x, "y": y, "w": w, "h": h})["CommandError"])
+        prompt_id = self.send({"command": "ShowPrompt", "pagenum": page, "domain": domain})
+        first = self.receive()
+        if first.get("command") == "ValidateAsyncMsg":
+            return first, self.receive(), prompt_id
+        return None, first, prompt_id
+
+
+class ShowPromptTest(PromptCase):
+    def test_page_one_is_placed_in_the_browser_window_and_its_size_sent(self):
+        size, answer, _ = self.show(1)
+        dialogs = self.dialogs()
+        self.end()
+
+        self.assertEqual({"CommandError": 0, "CommandErrorMsg": "success", "command": "ShowPrompt", "id": -1}, answer)
+        self.assertEqual(("ValidateAsyncMsg", -1, "", -1, 1, ""),
+                         (size["command"], size["status"], size["strdevid"], size["Devid"], size["promptheight"],
+                          size["msg"]))
+        self.assertGreater(size["orgpromptwidth"], 0)
+        self.assertEqual(max(size["orgpromptwidth"], 1920), size["promptwidth"])
+        self.assertEqual(1, len(dialogs), dialogs)
+        self.assertEqual((100, 80), (dialogs[0]["x"], dialogs[0]["y"]))
+
+    def test_pages_four_and_five_send_their_size_too(self):
+        for page in (4, 5):
+            size, answer, _ = self.show(page)
+            self.assertIsNotNone(size, page)
+            self.assertEqual(0, answer["CommandError"])
+        self.end()
+
+    def test_without_a_browser_in_front_nothing_is_shown(self):
+        # The foreground goes to a window of another class than the browser's: no prompt.
+        other = StubBrowser(self.stub, window_class="NotABrowser")
+        self.addCleanup(other.stop)
+        other.command("foreground")
+
+        size, answer, _ = self.show(1)
+        self.end()
+
+        self.assertIsNone(size)
+        self.assertEqual(0, answer["CommandError"])
+        self.assertEqual([], self.dialogs())
+
+
+class AnswerTest(PromptCase):
+    def answer_for(self, page, button):
+        _, _, prompt_id = self.show(page)
+        dialog = self.dialogs()[0]
+        self.browser.command(f"click {self.button(dialog, button)['hwnd']}")
+        answer = self.receive()
+        self.wait_for(lambda: self.dialogs() == [])
+        return prompt_id, answer
+
+    def test_each_button_of_page_one_answers_the_show_prompt(self):
+        for button, save, always in (("Save", 1, 0), ("Always save here", 1, 1), ("Never for this site", 0, 0),
+                                     ("Not now", 0, 0)):
+            prompt_id, answer = self.answer_for(1, button)
+            self.assertEqual({"command": "ShowPrompt", "id": prompt_id, "save": save, "alwaysremember": always},
+                             answer, button)
+        self.end()
+
+    def test_each_button_of_page_five_answers_the_show_prompt(self):
+        for button, save, always in (("Update", 1, 0), ("Always update here", 1, 1), ("Not now", 0, 0)):
+            prompt_id, answer = self.answer_for(5, button)
+            self.assertEqual({"command": "ShowPrompt", "id": prompt_id, "save": save, "alwaysremember": always},
+                             answer, button)
+        self.end()
+
+    def test_page_four_dont_show_again_answers_no_save(self):
+        prompt_id, answer = self.answer_for(4, "Don't show again")
+        self.end()
+
+        self.assertEqual({"command": "ShowPrompt", "id": prompt_id, "save": 0, "alwaysremember": 0}, answer)
+        self.assertEqual(("REG_DWORD", "0x1"),
+                         PREFIX.reg_values(r"HKCU\Software\Kavrin\Lumivar").get("DoNotShowDiscovery"))
+
+    def test_page_four_turn_on_sends_the_notice_then_the_validated_answer(self):
+        _, _, prompt_id = self.show(4)
+        dialog = self.dialogs()[0]
+        self.browser.command(f"click {self.button(dialog, 'Turn on')['hwnd']}")
+        notice = self.receive()
+        answer = self.receive()
+        self.end()
+
+        self.assertEqual({"tabid": "", "command": "ValidateAsyncMsg", "msg": "", "status": 6, "strdevid": "",
+                          "Devid": -1}, notice)
+        # The stand-in core grants the validation.
+        self.assertEqual({"command": "ShowPrompt", "id": prompt_id, "save": 1, "alwaysremember": 0}, answer)
+
+
+class VerificationTest(PromptCase):
+    def push(self, device, status, message="Approve the sign-in"):
+        self.assertTrue(self.core.command(f'push copydata {device} {status} dev-7 "{message}"').startswith("ok"))
+
+    def prepare(self):
+        # The core learns the host's window and the handler its core window, as a pending CheckAndValidate leaves them.
+        self.assertEqual(0, self.ask({"command": "SetPromptPos", "x": 100, "y": 80, "w": 420, "h": 300})["CommandError"])
+        check = self.ask({"command": "CheckAndValidate", "DocumentTitle": "Shop", "WebUrl": "https://shop.example.org/",
+                          "unamefield": "email", "passfieldname": "pass"})
+        self.assertEqual(6, check["CommandError"])
+
+    def test_a_code_result_shows_page_two_and_the_typed_code_reaches_the_core(self):
+        self.prepare()
+        self.push(VERIFY_CODE, -1)
+        reply = self.receive()
+        dialogs = self.dialogs()
+        edit = self.controls(dialogs[0], EDIT_CLASS)[0]
+        self.browser.command(f"settext {edit['hwnd']} 123456")
+        self.browser.command(f"click {self.button(dialogs[0], 'Confirm')['hwnd']}")
+        self.wait_for(lambda: [e for e in self.core.log() if e.get("event") == "copydata"])
+        self.end()
+
+        self.assertEqual(("ValidateAsyncMsg", -1, VERIFY_CODE), (reply["command"], reply["status"], reply["Devid"]))
+        self.assertEqual(("", 1920), (reply["tabid"], max(reply["promptwidth"], 1920)))
+        self.assertGreater(reply["promptheight"], 1)
+        self.assertEqual(1, len(dialogs))
+        record = [e for e in self.core.log() if e.get("event") == "copydata"][0]
+        self.assertEqual(("44525655", "123456", 788), (record["strDevId"], record["text2"], record["cbData"]))
+
+    def test_a_pin_result_shows_page_three_with_the_pin_dialog_and_the_pin_reaches_the_core(self):
+        self.prepare()
+        self.push(VERIFY_PIN, -1)
+        self.receive()
+        dialogs = self.dialogs()
+        self.assertEqual(2, len(dialogs), dialogs)
+        prompt, pin = dialogs
+        self.assertEqual((100, 80), (prompt["x"], prompt["y"]))
+        self.assertEqual((100, 80 + prompt["h"]), (pin["x"], pin["y"]))
+        edit = self.controls(pin, EDIT_CLASS)[0]
+        self.browser.command(f"settext {edit['hwnd']} 4321")
+        self.browser.command(f"click {self.button(pin, 'OK')['hwnd']}")
+        self.wait_for(lambda: [e for e in self.core.log() if e.get("event") == "copydata"])
+        self.end()
+
+        record = [e for e in self.core.log() if e.get("event") == "copydata"][0]
+        self.assertEqual(("44525675", "4321"), (record["strDevId"], record["text2"]))
+
+    def test_a_waiting_result_shows_page_three_alone(self):
+        self.prepare()
+        self.push(VERIFY_WAITING, -1)
+        reply = self.receive()
+        dialogs = self.dialogs()
+        self.end()
+
+        self.assertEqual(VERIFY_WAITING, reply["Devid"])
+        self.assertEqual(1, len(dialogs))
+        self.assertEqual([], self.controls(dialogs[0], EDIT_CLASS))
+
+    def test_status_zero_and_six_hide_the_prompt(self):
+        self.prepare()
+        for status in (0, 6):
+            self.push(VERIFY_PIN, -1)
+            self.receive()
+            self.assertEqual(2, len(self.dialogs()))
+            self.push(VERIFY_PIN, status)
+            reply = self.receive()
+            self.assertEqual((status, ""), (reply["status"], reply["tabid"]))
+            self.assertEqual([], self.dialogs())
+        self.end()
+
+    def test_another_status_marks_the_pin_bad_and_sends_nothing(self):
+        self.prepare()
+        self.push(VERIFY_PIN, -1)
+        self.receive()
+        _, pin = self.dialogs()
+        edit = self.controls(pin, EDIT_CLASS)[0]
+        self.browser.command(f"settext {edit['hwnd']} 1111")
+        self.push(VERIFY_PIN, 5, "Wrong PIN")
+        quiet = self.no_frame_within(1)
+        after = self.dialogs()
+        children = self.browser.children()
+        self.end()
+
+        self.assertTrue(quiet)
+        self.assertEqual(2, len(after))
+        # The wrong-PIN line makes the PIN dialog taller, and its field is emptied for a new try.
+        self.assertGreater(after[1]["h"], pin["h"])
+        self.assertEqual([""], [c["text"] for c in children if c["hwnd"] == edit["hwnd"]])
+
+
+class PositionTest(PromptCase):
+    def test_set_prompt_pos_inside_the_thresholds_moves_nothing_and_outside_moves_both(self):
+        VerificationTest.prepare(self)
+        self.assertTrue(self.core.command(f"push copydata {VERIFY_PIN} -1 dev-7 Approve").startswith("ok"))
+        self.receive()
+        before = self.dialogs()
+
+        self.ask({"command": "SetPromptPos", "x": 100, "y": 80, "w": 469, "h": 349, "zoom": 300})
+        same = self.dialogs()
+        self.ask({"command": "SetPromptPos", "x": 101, "y": 80, "w": 420, "h": 300})
+        moved = self.dialogs()
+        self.end()
+
+        self.assertEqual([(d["x"], d["y"]) for d in before], [(d["x"], d["y"]) for d in same])
+        self.assertEqual([101, 101], [d["x"] for d in moved])
+        self.assertEqual(moved[0]["y"] + moved[0]["h"], moved[1]["y"])
+
+
+class FocusTest(PromptCase):
+    def notify(self, window):
+        self.browser.command(f"notify 8005 {window}")
+
+    def test_focus_changes_of_firefox_are_reported_in_order(self):
+        self.notify(self.browser.window)
+        focused = self.receive()
+        # Focusing a child window of another class is a real focus event: the browser is found through its parent.
+        self.browser.command("child MozillaCompositorWindowClass")
+        focused_child = self.receive()
+        self.browser.command("minimize")
+        desktop = int(self.browser.command("desktop"))
+        self.notify(desktop)
+        away = self.receive()
+        self.notify(desktop)
+        nothing_more = self.no_frame_within(1)
+        self.end()
+
+        self.assertEqual({"command": "focuschangeevent", "focused": 1, "minimize": 0}, focused)
+        self.assertEqual({"command": "focuschangeevent", "focused": 1, "minimize": 0}, focused_child)
+        self.assertEqual({"command": "focuschangeevent", "focused": 0, "minimize": 1}, away)
+        self.assertTrue(nothing_more)
+
+    def test_focus_on_the_core_sends_nothing(self):
+        self.notify(self.browser.window)
+        self.receive()
+        core_window = self.core.window
+        self.notify(core_window)
+        self.assertTrue(self.no_frame_within(1))
+        self.end()
+
+
+class ChromeTest(unittest.TestCase):
+    def test_chrome_gets_no_prompt_window_and_no_focus_messages(self):
+        PREFIX.install_product()
+        browser = StubBrowser(STUB, "Chrome_WidgetWin_1")
+        self.addCleanup(browser.stop)
+        host = subprocess.Popen(["wine", str(EXE), "chrome-extension://dgldcbgpnkooljhfhcjpkojcdnfkepnb/"],
+                                env=PREFIX.env, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                                stderr=subprocess.DEVNULL, bufsize=0)
+        self.addCleanup(host.stdout.close)
+        for request in ({"command": "Identify", "name": "chrome", "id": 1},
+                        {"command": "ShowPrompt", "pagenum": 1, "domain": "a.com", "id": 2}):
+            host.stdin.write(winhost.frame(json.dumps(request)))
+        host.stdin.flush()
+        identify = json.loads(winhost.receive_frame(host))
+        show = json.loads(winhost.receive_frame(host))
+        browser.command(f"notify 8005 {browser.window}")
+        with self.assertRaises(TimeoutError):
+            winhost.receive_frame(host, timeout=1)
+        host.stdin.close()
+        self.assertEqual(0, host.wait(timeout=30))
+
+        self.assertEqual(0, identify["CommandError"])
+        self.assertEqual((3, -1), (show["CommandError"], show["id"]))
+
+
+def main():
+    def bind(paths, prefix):
+        global EXE, SIM, STUB, PREFIX
+        EXE, SIM, STUB, PREFIX = paths["exe"], paths["sim"], paths["stub_browser"], prefix
+    winhost.blackbox_main(__doc__, [
+        ("--exe", "path to LVBHOHost.exe (LVUI.dll beside it)"),
+        ("--sim", "path to SimLvEngine.exe, the stand-in core"),
+        ("--stub-browser", "path to StubBrowser.exe"),
+    ], bind)
+
+
+if __name__ == "__main__":
+    main()
