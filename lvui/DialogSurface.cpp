@@ -173,6 +173,7 @@ int CDialogSurface::Show(HWND parent, HWND owner, DWORD style, const char* page,
     }
 
     m_owner = owner;
+    m_reported = false; // a new showing takes one answer
     m_page = page;
     m_text = text ? text : "";
     if (rebuild || content != m_content || !m_fonts || m_fonts->Zoom() != zoom)
@@ -184,11 +185,11 @@ int CDialogSurface::Show(HWND parent, HWND owner, DWORD style, const char* page,
     }
 
     m_width = w > 0 ? w : Scale(metric::kWidth, zoom);
+    static_cast<void>(h); // the room offered: the dialog is always its page's own height
     const int height = Layout();
     ::SetWindowPos(m_handle, HWND_TOP, x, y, m_width, height, SWP_NOACTIVATE);
     ::InvalidateRect(m_handle, nullptr, FALSE);
-    if (w != 0 || h != 0)
-        ::ShowWindow(m_handle, SW_SHOWNA);
+    ::ShowWindow(m_handle, SW_SHOWNA);
     return 1;
 }
 
@@ -227,6 +228,7 @@ int CDialogSurface::TakeFieldText(char* buffer, int size)
 void CDialogSurface::SetBadPin()
 {
     m_badPin = true;
+    m_reported = false; // the user may try again
     Wipe(m_fieldText);
     HWND field = Control(kFieldId);
     if (!field)
@@ -664,8 +666,11 @@ int CDialogSurface::ButtonId(const PageButton& button) const
 
 void CDialogSurface::Report(int action) const
 {
-    if (!m_owner)
+    // One answer per showing: a key held down or a double click must not answer twice (the second time with the
+    // text already taken).
+    if (!m_owner || m_reported)
         return;
+    m_reported = true;
     ::PostMessageA(m_owner, ProcessPromptMessage(), reinterpret_cast<WPARAM>(&m_dialog), action);
 }
 

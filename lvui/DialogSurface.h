@@ -77,6 +77,7 @@ private:
     CBrush m_chipBrush;
     CBrush m_errorBrush;
     HWND m_owner = nullptr; // borrowed: the host's window that learns the choices
+    mutable bool m_reported = false; // an answer was given for the current showing
 
     std::string m_page;
     std::string m_text;

@@ -45,11 +45,10 @@ PageContent Verification()
     page.title = "Verification needed";
     page.body = "To continue, type the verification code you were given.";
     page.field = FieldKind::Text;
+    // Whatever the user does here, the host sends the typed code to the core: one button, and Esc does nothing.
     page.buttons[0] = {"Confirm", LvUiActionOk, ButtonRole::Primary, 0};
-    page.buttons[1] = {"Cancel", LvUiActionNotNow, ButtonRole::Secondary, 0};
-    page.buttonCount = 2;
+    page.buttonCount = 1;
     page.enterAction = LvUiActionOk;
-    page.escapeAction = LvUiActionNotNow;
     return page;
 }
 

@@ -30,6 +30,9 @@ void CALLBACK OnWinEvent(HWINEVENTHOOK, DWORD event, HWND window, LONG, LONG, DW
 bool InstallFocusHook(CBHOThread* thread)
 {
     g_hookOwner = thread;
+    // One hook serves every prompt window the process makes: a second would deliver each event twice.
+    if (g_hook.load())
+        return true;
     HWINEVENTHOOK hook = ::SetWinEventHook(1, 0x7FFFFFFF, nullptr, OnWinEvent, 0, 0,
                                            WINEVENT_OUTOFCONTEXT | WINEVENT_SKIPOWNPROCESS);
     if (hook)

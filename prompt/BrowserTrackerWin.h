@@ -5,7 +5,8 @@
 class CBHOThread;
 
 // Makes `thread` the hook's owner and installs the hook (every event, every process, out of context, skipping our
-// own process). True when the system gave a hook. The hook stays until the process ends.
+// own process) unless an earlier prompt window already did. True when a hook is in place. It stays until the
+// process ends.
 bool InstallFocusHook(CBHOThread* thread);
 // Forgets the owner: every later event is ignored (the owner thread is ending).
 void ForgetFocusHookOwner(CBHOThread* thread);

@@ -26,6 +26,12 @@ void CopyField(char* field, std::size_t size, const std::string& text)
     field[length] = '\0';
 }
 
+// |a - b| without overflow, whatever the extension sends.
+std::int64_t Distance(std::int32_t a, std::int32_t b)
+{
+    return std::llabs(static_cast<std::int64_t>(a) - b);
+}
+
 bool Contains(const std::string& text, const std::string& part)
 {
     return text.find(part) != std::string::npos;
@@ -175,8 +181,8 @@ std::intptr_t CPromptController::SetPromptPos()
     {
         if (!dialog->Exists() || !dialog->IsVisible())
             continue;
-        const bool unchanged = x == m_x && y == m_y && std::abs(zoom - m_zoom) < 10 && std::abs(w - m_w) < 50 &&
-                               std::abs(h - m_h) < 50;
+        const bool unchanged = x == m_x && y == m_y && Distance(zoom, m_zoom) < 10 && Distance(w, m_w) < 50 &&
+                               Distance(h, m_h) < 50;
         if (unchanged)
             continue;
         dialog->SetZoom(zoom);

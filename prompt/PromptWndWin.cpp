@@ -24,10 +24,15 @@ CBHOPromptWnd::CBHOPromptWnd(CResponseWriter& writer, CBHOThread* thread) : CBHO
 
 CBHOPromptWnd::~CBHOPromptWnd()
 {
+    DestroyDialogs();
+    Destroy();
+}
+
+void CBHOPromptWnd::DestroyDialogs()
+{
     for (CKvrnDhtmlDlg* dialog : {static_cast<CKvrnDhtmlDlg*>(&m_promptDialog), static_cast<CKvrnDhtmlDlg*>(&m_pinDialog)})
         if (dialog->IsWindow())
             dialog->DestroyWindow();
-    Destroy();
 }
 
 void CBHOPromptWnd::OnCreated()
@@ -55,9 +60,27 @@ void CBHOPromptWnd::OnWinEvent(DWORD event, HWND window)
 
 bool CBHOPromptWnd::OnMessage(UINT message, WPARAM wParam, LPARAM lParam, LRESULT& result)
 {
-    if (!m_controller)
-        return CBHOWnd::OnMessage(message, wParam, lParam, result);
     const RegisteredMessages& messages = Messages();
+    if (message == WM_DESTROY)
+    {
+        // The dialogs' windows go first, each through its own destroy, while this window still exists.
+        DestroyDialogs();
+        return false;
+    }
+    if (!m_controller)
+    {
+        // Without a handler the prompt's requests are answered 1 and nothing else happens.
+        for (const UINT prompt : {messages.showPrompt, messages.setPromptPos, messages.hidePrompt, messages.initPromptUi,
+                                  messages.setTabInfo, messages.processPromptUi})
+        {
+            if (message == prompt)
+            {
+                result = 1;
+                return true;
+            }
+        }
+        return CBHOWnd::OnMessage(message, wParam, lParam, result);
+    }
     if (message == messages.showPrompt)
         result = m_controller->ShowPrompt();
     else if (message == messages.setPromptPos)

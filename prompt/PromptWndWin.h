@@ -33,6 +33,8 @@ protected:
     LRESULT OnCopyData(WPARAM wParam, BHOCopyData* record) override;
 
 private:
+    void DestroyDialogs();
+
     CBHOThread* m_thread;
     CLvBhoPromptDlgUI m_promptDialog;
     CGpaAuthDlgUI m_pinDialog;

@@ -24,8 +24,8 @@ enum LvUiDialogKind
 // Actions a dialog reports with "MSG_WM_PROCESSPROMPTUI".
 enum LvUiAction
 {
-    LvUiActionOk = 1,          // page "1"/"5": save; page "2": confirm; page "4": turn on; PIN: OK
-    LvUiActionNotNow = 2,      // page "1"/"5"/"4": not now; page "2", PIN: cancel (also Esc)
+    LvUiActionOk = 1,          // page "1"/"5": save; page "2": confirm (its only action); page "4": turn on; PIN: OK
+    LvUiActionNotNow = 2,      // page "1"/"5"/"4": not now; PIN: cancel (also Esc)
     LvUiActionNever = 3,       // page "1"/"5": never for this site; page "4": don't show again
     LvUiActionAlwaysSave = 11, // page "1"/"5": save and don't ask again
 };
@@ -122,8 +122,8 @@ extern "C" {
 // Creates the dialog's window if needed (style is the window style, 0x40000000 for a child), puts it under `parent`
 // with `owner` as the window that gets "MSG_WM_PROCESSPROMPTUI", switches it to `page`, places it at (x, y) with
 // width `w` (its own width when w is 0; the height is always the page's own at the current zoom, whatever room `h`
-// offers, so that no control is ever cut off) and shows `text`. Shows the window unless w and h are both 0. Non-zero
-// on success.
+// offers, so that no control is ever cut off), shows `text` and shows the window. Each showing takes one answer: the
+// dialog reports the user's first action only (a PIN dialog again after UpdateBadPin). Non-zero on success.
 LVUI_API int ShowBHOPromptUI(CLVUIDhtmlDlg* dialog, HWND parent, HWND owner, DWORD style, const char* page, int x,
                              int y, int w, int h, const char* text);
 

@@ -168,6 +168,33 @@ class ShowPromptTest(PromptCase):
         self.assertEqual(1, len(dialogs), dialogs)
         self.assertEqual((100, 80), (dialogs[0]["x"], dialogs[0]["y"]))
 
+    def test_before_any_position_the_prompt_shows_at_the_corner_at_its_own_size(self):
+        prompt_id = self.send({"command": "ShowPrompt", "pagenum": 1, "domain": "mail.example.com"})
+        size = self.receive()
+        answer = self.receive()
+        dialogs = self.dialogs()
+        self.end()
+
+        self.assertEqual(("ValidateAsyncMsg", -1, 0), (size["command"], answer["id"], answer["CommandError"]))
+        self.assertEqual(1, len(dialogs))
+        self.assertEqual((0, 0), (dialogs[0]["x"], dialogs[0]["y"]))
+        # The screen is 1920 pixels wide at 96 DPI: zoom 166.
+        self.assertAlmostEqual(size["orgpromptwidth"] * 1.66, dialogs[0]["w"], delta=1)
+        self.assertGreater(prompt_id, 0)
+
+    def test_hide_prompt_hides_both_dialogs(self):
+        VerificationTest.prepare(self)
+        self.assertTrue(self.core.command(f"push copydata {VERIFY_PIN} -1 dev-7 Approve").startswith("ok"))
+        self.receive()
+        self.assertEqual(2, len(self.dialogs()))
+
+        answer = self.ask({"command": "HidePrompt"})
+        after = self.dialogs()
+        self.end()
+
+        self.assertEqual(0, answer["CommandError"])
+        self.assertEqual([], after)
+
     def test_pages_four_and_five_send_their_size_too(self):
         for page in (4, 5):
             size, answer, _ = self.show(page)
@@ -258,7 +285,7 @@ class VerificationTest(PromptCase):
         self.end()
 
         self.assertEqual(("ValidateAsyncMsg", -1, VERIFY_CODE), (reply["command"], reply["status"], reply["Devid"]))
-        self.assertEqual(("", 1920), (reply["tabid"], max(reply["promptwidth"], 1920)))
+        self.assertEqual(("", max(reply["orgpromptwidth"], 1920)), (reply["tabid"], reply["promptwidth"]))
         self.assertGreater(reply["promptheight"], 1)
         self.assertEqual(1, len(dialogs))
         record = [e for e in self.core.log() if e.get("event") == "copydata"][0]
@@ -338,8 +365,9 @@ class PositionTest(PromptCase):
         moved = self.dialogs()
         self.end()
 
-        self.assertEqual([(d["x"], d["y"]) for d in before], [(d["x"], d["y"]) for d in same])
-        self.assertEqual([101, 101], [d["x"] for d in moved])
+        rect = lambda d: (d["x"], d["y"], d["w"], d["h"])  # noqa: E731
+        self.assertEqual([rect(d) for d in before], [rect(d) for d in same])
+        self.assertEqual([(101, 420), (101, 420)], [(d["x"], d["w"]) for d in moved])
         self.assertEqual(moved[0]["y"] + moved[0]["h"], moved[1]["y"])
 
 

@@ -438,11 +438,15 @@ async function flows(label, page, hostName, expectedArgs) {
   const pending = await ask(CHECK_UNKNOWN);
   check(`${label}: CheckAndValidate of an unknown site is left pending`,
     pending.CommandError === 6 && pending.CommandErrorMsg === "vault select", json(pending));
-  const pushed = await core.command("push copydata 44525655 -1 dev-7 Verified");
+  // The outcome ends the validation (status 6). A status -1 would ask Firefox's prompt window to show a page, which
+  // needs a browser window in the foreground; there is none in a headless run, and the host then says nothing.
+  const pushed = await core.command("push copydata 44525655 6 dev-7 Verified");
   const [outcome] = await call(page, "takeUnsolicited", 1);
+  const expected = { command: "ValidateAsyncMsg", msg: "Verified", status: 6, strdevid: "dev-7", Devid: 44525655 };
+  // Firefox's prompt window adds the tab the prompt belongs to (none was given here).
+  if (label === "firefox") expected.tabid = "";
   check(`${label}: the core's later outcome arrives as ValidateAsyncMsg`,
-    pushed.startsWith("ok") && sameJson(outcome, { command: "ValidateAsyncMsg", msg: "Verified", status: -1, strdevid: "dev-7", Devid: 44525655 }),
-    `core: ${pushed}; extension: ${json(outcome)}`);
+    pushed.startsWith("ok") && sameJson(outcome, expected), `core: ${pushed}; extension: ${json(outcome)}`);
 
   const fillPush = await core.command("push fill EXAMPLE.COM::pwd");
   const [fill] = await call(page, "takeUnsolicited", 1);

@@ -343,6 +343,22 @@ TEST(PromptControllerTest, SetPromptPosOnePixelAwayReplacesBothVisibleDialogs)
     EXPECT_EQ(166, run.controller->Zoom());
 }
 
+TEST(PromptControllerTest, SetPromptPosAtFiftyPixelsOrAnotherYReplacesTheDialogs)
+{
+    for (const char* request : {"{\"x\":100,\"y\":80,\"w\":470,\"h\":260}", "{\"x\":100,\"y\":80,\"w\":420,\"h\":210}",
+                                "{\"x\":100,\"y\":79,\"w\":420,\"h\":260}"})
+    {
+        Prompt run;
+        ShowBoth(run);
+        run.Request(request);
+
+        run.controller->SetPromptPos();
+
+        EXPECT_EQ(1u, run.prompt.m_shows.size()) << request;
+        EXPECT_EQ(1u, run.pin.m_shows.size()) << request;
+    }
+}
+
 TEST(PromptControllerTest, SetPromptPosLeavesHiddenDialogsAndStoresTheRectangle)
 {
     Prompt run;
@@ -440,18 +456,22 @@ TEST(PromptControllerTest, ATypedValueLongerThan259CharactersIsCutAndTheRestStay
 TEST(PromptControllerTest, PageFourTurnOnSendsTheNoticeThenAsksTheCoreToValidate)
 {
     Prompt run;
+    run.desktop.m_foreground = kBrowser;
     run.Request("{\"tabid\":\"t1\"}");
     run.controller->SetTabInfo();
-    run.prompt.Show(kBrowser, "4", 0, 0, 400, 200, "");
+    run.Request("{\"id\":7,\"pagenum\":4,\"domain\":\"a.com\"}");
+    run.controller->ShowPrompt();
     run.link.m_validateResult = 1;
 
     run.controller->ProcessPromptUi(CPromptController::Sender::PromptDialog, 1);
 
     EXPECT_EQ(1, run.link.m_validateCount);
-    EXPECT_EQ((std::vector<std::string>{
-                  "{\"Devid\":-1,\"command\":\"ValidateAsyncMsg\",\"msg\":\"\",\"status\":6,\"strdevid\":\"\",\"tabid\":\"t1\"}",
-                  "{\"alwaysremember\":0,\"command\":\"ShowPrompt\",\"id\":-1,\"save\":1}"}),
-              run.Frames());
+    EXPECT_EQ(-1, run.controller->PromptId());
+    const std::vector<std::string> frames = run.Frames();
+    ASSERT_EQ(3u, frames.size()); // the size reply, the notice, the answer
+    EXPECT_EQ("{\"Devid\":-1,\"command\":\"ValidateAsyncMsg\",\"msg\":\"\",\"status\":6,\"strdevid\":\"\",\"tabid\":\"t1\"}",
+              frames[1]);
+    EXPECT_EQ("{\"alwaysremember\":0,\"command\":\"ShowPrompt\",\"id\":7,\"save\":1}", frames[2]);
 }
 
 TEST(PromptControllerTest, PageFourTurnOnDeniedIsNoSave)
@@ -468,13 +488,17 @@ TEST(PromptControllerTest, PageFourTurnOnDeniedIsNoSave)
 TEST(PromptControllerTest, PageFourDontShowAgainIsRecordedForTheUser)
 {
     Prompt run;
-    run.prompt.Show(kBrowser, "4", 0, 0, 400, 200, "");
+    run.desktop.m_foreground = kBrowser;
+    run.Request("{\"id\":9,\"pagenum\":4,\"domain\":\"a.com\"}");
+    run.controller->ShowPrompt();
 
     run.controller->ProcessPromptUi(CPromptController::Sender::PromptDialog, 3);
 
     EXPECT_EQ(0, run.link.m_validateCount);
-    EXPECT_EQ((std::vector<std::string>{"{\"alwaysremember\":0,\"command\":\"ShowPrompt\",\"id\":-1,\"save\":0}"}),
-              run.Frames());
+    EXPECT_EQ(-1, run.controller->PromptId());
+    const std::vector<std::string> frames = run.Frames();
+    ASSERT_EQ(2u, frames.size());
+    EXPECT_EQ("{\"alwaysremember\":0,\"command\":\"ShowPrompt\",\"id\":9,\"save\":0}", frames[1]);
     const auto* value = run.registry.FindValue("HKCU\\Software\\Kavrin\\Lumivar", "DoNotShowDiscovery");
     ASSERT_NE(nullptr, value);
     EXPECT_EQ((std::vector<std::uint8_t>{1, 0, 0, 0}), value->data);
@@ -548,6 +572,23 @@ TEST(PromptControllerTest, APinResultShowsPageThreeAndThePinDialogBelowIt)
     EXPECT_EQ((std::vector<std::int32_t>{10, 200, 400, 120}), (std::vector<std::int32_t>{pin.x, pin.y, pin.w, pin.h}));
     EXPECT_EQ("3", pin.page);
     EXPECT_EQ((std::vector<std::string>{"Focus"}), run.pin.m_calls);
+}
+
+TEST(PromptControllerTest, DialogsThatCannotBeShownGetNoMessageAndNoFocusButTheReplyGoesOn)
+{
+    Prompt run;
+    run.desktop.m_foreground = kBrowser;
+    run.prompt.m_showSucceeds = false;
+    run.pin.m_showSucceeds = false;
+
+    EXPECT_TRUE(run.controller->ShowVerificationResult(Result(kDeviceVerifyPin, -1, "Approve")));
+
+    EXPECT_EQ(1u, run.prompt.m_shows.size());
+    EXPECT_EQ(1u, run.pin.m_shows.size());
+    EXPECT_TRUE(run.prompt.m_messages.empty());
+    EXPECT_TRUE(run.pin.m_calls.empty());
+    std::string text;
+    EXPECT_NE(std::string::npos, run.json.ToString(text).find("\"promptwidth\":1920"));
 }
 
 TEST(PromptControllerTest, AWaitingResultShowsPageThreeOnly)
@@ -641,6 +682,17 @@ TEST(FocusTrackingTest, FocusOnFirefoxIsReportedAfterTheMinimiseSettles)
     EXPECT_EQ((std::vector<std::string>{"{\"command\":\"focuschangeevent\",\"focused\":1,\"minimize\":0}"}), run.Frames());
     EXPECT_EQ((std::vector<std::uint32_t>{150}), run.desktop.m_sleeps);
     EXPECT_EQ(kBrowser, run.controller->LastBrowserWindow());
+}
+
+TEST(FocusTrackingTest, TheFocusCheckComparesClassesWhateverTheirCase)
+{
+    Prompt run("firefox");
+    run.desktop.m_windows[0x730] = {"mozillawindowclass", "C:\\Firefox\\Firefox.EXE", 0, false};
+
+    run.controller->OnWinEvent(kEventObjectFocus, 0x730);
+
+    EXPECT_EQ((std::vector<std::string>{"{\"command\":\"focuschangeevent\",\"focused\":1,\"minimize\":0}"}), run.Frames());
+    EXPECT_EQ(0x730u, run.controller->LastBrowserWindow());
 }
 
 TEST(FocusTrackingTest, AChildOfFirefoxIsFoundThroughItsParents)

@@ -190,7 +190,7 @@ const std::vector<PageButtons>& PromptPages()
 {
     static const std::vector<PageButtons> pages = {
         {"1", {{"Save", 1}, {"Not now", 2}, {"Always save here", 11}, {"Never for this site", 3}}},
-        {"2", {{"Confirm", 1}, {"Cancel", 2}}},
+        {"2", {{"Confirm", 1}}},
         {"3", {}},
         {"4", {{"Turn on", 1}, {"Not now", 2}, {"Don't show again", 3}}},
         {"5", {{"Update", 1}, {"Not now", 2}, {"Always update here", 11}, {"Never for this site", 3}}},
@@ -317,12 +317,16 @@ TEST_F(LvUiTest, NoPageBeforeTheFirstShow)
     EXPECT_STREQ(m_prompt.GetDlgURL(), "");
 }
 
-TEST_F(LvUiTest, CreatedHiddenWhenGivenNoSize)
+TEST_F(LvUiTest, ShownAtItsOwnSizeWhenGivenNone)
 {
     ASSERT_EQ(ShowBHOPromptUI(&m_prompt, m_parent, m_owner, kChildStyle, "1", 5, 5, 0, 0, ""), 1);
 
     EXPECT_TRUE(m_prompt.IsWindow());
-    EXPECT_FALSE(m_prompt.IsWindowVisible());
+    EXPECT_TRUE(m_prompt.IsWindowVisible());
+    RECT rect{};
+    ASSERT_TRUE(m_prompt.GetWindowRect(&rect));
+    EXPECT_EQ(Width(rect), m_prompt.GetOriginalWidth());
+    EXPECT_GT(Height(rect), 0);
     EXPECT_TRUE(::GetWindowLongPtrA(m_prompt.GetSafeHwnd(), GWL_EXSTYLE) & WS_EX_CONTROLPARENT);
     EXPECT_TRUE(::GetWindowLongPtrA(m_prompt.GetSafeHwnd(), GWL_STYLE) & WS_CHILD);
 }
@@ -383,10 +387,10 @@ TEST_F(LvUiTest, EveryPromptButtonPostsItsAction)
 {
     for (const PageButtons& page : PromptPages())
     {
-        ASSERT_EQ(ShowPrompt(page.page), 1);
         for (const auto& button : page.buttons)
         {
             SCOPED_TRACE(std::string(page.page) + ": " + button.first);
+            ASSERT_EQ(ShowPrompt(page.page), 1); // each showing takes one answer
             Reports().clear();
 
             ::SendMessageA(Button(m_prompt.GetSafeHwnd(), button.first), BM_CLICK, 0, 0);
@@ -401,10 +405,10 @@ TEST_F(LvUiTest, EveryPromptButtonPostsItsAction)
 
 TEST_F(LvUiTest, EveryPinButtonPostsItsAction)
 {
-    ASSERT_EQ(ShowPin(), 1);
     for (const auto& button : std::vector<std::pair<std::string, int>>{{"OK", 1}, {"Cancel", 2}})
     {
         SCOPED_TRACE(button.first);
+        ASSERT_EQ(ShowPin(), 1);
         Reports().clear();
 
         ::SendMessageA(Button(m_pin.GetSafeHwnd(), button.first), BM_CLICK, 0, 0);
@@ -488,7 +492,7 @@ TEST_F(LvUiTest, SpaceOnAFocusedButtonChoosesThatButton)
 
 TEST_F(LvUiTest, EscapeChoosesNotNowOnEveryPageWithButtons)
 {
-    for (const char* page : {"1", "2", "4", "5"})
+    for (const char* page : {"1", "4", "5"})
     {
         SCOPED_TRACE(page);
         ASSERT_EQ(ShowPrompt(page), 1);
@@ -501,6 +505,39 @@ TEST_F(LvUiTest, EscapeChoosesNotNowOnEveryPageWithButtons)
         ASSERT_EQ(Reports().size(), 1u);
         EXPECT_EQ(Reports()[0].action, LvUiActionNotNow);
     }
+}
+
+TEST_F(LvUiTest, EscapeOnTheCodePageDoesNothing)
+{
+    ASSERT_EQ(ShowPrompt("2"), 1);
+    ::SetFocus(Field(m_prompt.GetSafeHwnd()));
+    Pump();
+
+    PressKey(VK_ESCAPE);
+
+    EXPECT_TRUE(Reports().empty());
+}
+
+TEST_F(LvUiTest, EachShowingTakesOneAnswerAndABadPinAnother)
+{
+    ASSERT_EQ(ShowPin(), 1);
+    HWND ok = Button(m_pin.GetSafeHwnd(), "OK");
+
+    ::SendMessageA(ok, BM_CLICK, 0, 0);
+    ::SendMessageA(ok, BM_CLICK, 0, 0);
+    Pump();
+    EXPECT_EQ(Reports().size(), 1u);
+
+    m_pin.UpdateBadPin();
+    ::SendMessageA(ok, BM_CLICK, 0, 0);
+    ::SendMessageA(ok, BM_CLICK, 0, 0);
+    Pump();
+    EXPECT_EQ(Reports().size(), 2u);
+
+    ASSERT_EQ(ShowPin(), 1);
+    ::SendMessageA(Button(m_pin.GetSafeHwnd(), "OK"), BM_CLICK, 0, 0);
+    Pump();
+    EXPECT_EQ(Reports().size(), 3u);
 }
 
 TEST_F(LvUiTest, EscapeCancelsThePinDialog)
@@ -534,8 +571,6 @@ TEST_F(LvUiTest, TabMovesForwardThroughTheControls)
 
     PressKey(VK_TAB);
     EXPECT_EQ(::GetFocus(), Button(dialog, "Confirm"));
-    PressKey(VK_TAB);
-    EXPECT_EQ(::GetFocus(), Button(dialog, "Cancel"));
     PressKey(VK_TAB);
     EXPECT_EQ(::GetFocus(), Field(dialog));
     EXPECT_TRUE(Reports().empty());
