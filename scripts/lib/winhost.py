@@ -11,6 +11,7 @@ import struct
 import subprocess
 import tempfile
 import threading
+import time
 from pathlib import Path
 
 PRODUCT_KEY = r"HKEY_LOCAL_MACHINE\Software\Kavrin\Lumivar"
@@ -326,6 +327,39 @@ class SimCore:
 
     def __exit__(self, *exc):
         self.stop()
+
+
+class HostConversation:
+    """For unittest cases that hold a running host in `self.host` (stdin and stdout piped): requests get increasing
+    ids, answers are JSON, and the end of input must end the host with exit code 0."""
+
+    next_id = 0
+
+    def send(self, request):
+        self.next_id += 1
+        request = dict(request, id=self.next_id)
+        self.host.stdin.write(frame(json.dumps(request, separators=(",", ":"))))
+        self.host.stdin.flush()
+        return self.next_id
+
+    def receive(self, timeout=30):
+        return json.loads(receive_frame(self.host, timeout=timeout))
+
+    def ask(self, request):
+        request_id = self.send(request)
+        answer = self.receive()
+        self.assertEqual(request_id, answer.get("id"), answer)
+        return answer
+
+    def end(self):
+        self.host.stdin.close()
+        self.assertEqual(0, self.host.wait(timeout=30))
+
+    def wait_for(self, condition, timeout=10):
+        deadline = time.monotonic() + timeout
+        while not condition():
+            self.assertLess(time.monotonic(), deadline, "timed out waiting")
+            time.sleep(0.02)
 
 
 def receive_frame(process, timeout=30):

@@ -452,7 +452,7 @@ CHECK = {"command": "CheckAndValidate", "DocumentTitle": "Mail", "WebUrl": "http
 REMEMBERED = {"command": "IsPageRemembered", "WebUrl": "https://www.example.com/", "passfieldname": "pwd"}
 
 
-class CoreSession(unittest.TestCase):
+class CoreSession(winhost.HostConversation, unittest.TestCase):
     """A host and the stand-in core, started for each test."""
 
     core_args = ()
@@ -469,32 +469,6 @@ class CoreSession(unittest.TestCase):
         self.addCleanup(self.host.stdout.close)
         self.addCleanup(lambda: self.host.poll() is None and self.host.kill())
         self.next_id = 0
-
-    def send(self, request):
-        self.next_id += 1
-        request = dict(request, id=self.next_id)
-        self.host.stdin.write(frame(json.dumps(request, separators=(",", ":"))))
-        self.host.stdin.flush()
-        return self.next_id
-
-    def receive(self, timeout=30):
-        return json.loads(winhost.receive_frame(self.host, timeout=timeout))
-
-    def ask(self, request):
-        request_id = self.send(request)
-        answer = self.receive()
-        self.assertEqual(request_id, answer.get("id"), answer)
-        return answer
-
-    def end(self):
-        self.host.stdin.close()
-        self.assertEqual(0, self.host.wait(timeout=30))
-
-    def wait_for(self, condition, timeout=10):
-        deadline = time.monotonic() + timeout
-        while not condition():
-            self.assertLess(time.monotonic(), deadline, "the stand-in core did not get there")
-            time.sleep(0.01)
 
 
 class LoginTest(CoreSession):

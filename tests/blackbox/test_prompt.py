@@ -9,7 +9,6 @@ import json
 import shutil
 import subprocess
 import sys
-import time
 import unittest
 from pathlib import Path
 
@@ -66,7 +65,7 @@ class StubBrowser:
         self.process.stdout.close()
 
 
-class PromptCase(unittest.TestCase):
+class PromptCase(winhost.HostConversation, unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         PREFIX.install_product()
@@ -85,28 +84,9 @@ class PromptCase(unittest.TestCase):
                                      stderr=subprocess.DEVNULL, bufsize=0)
         self.addCleanup(self.host.stdout.close)
         self.addCleanup(lambda: self.host.poll() is None and self.host.kill())
-        self.next_id = 0
         identify = self.ask({"command": "Identify", "name": "firefox"})
         self.assertEqual(0, identify["CommandError"])
         self.assertEqual("1", self.browser.command("foreground"))
-
-    # --- the conversation -----------------------------------------------------------------------------------------
-
-    def send(self, request):
-        self.next_id += 1
-        request = dict(request, id=self.next_id)
-        self.host.stdin.write(winhost.frame(json.dumps(request, separators=(",", ":"))))
-        self.host.stdin.flush()
-        return self.next_id
-
-    def receive(self, timeout=30):
-        return json.loads(winhost.receive_frame(self.host, timeout=timeout))
-
-    def ask(self, request):
-        request_id = self.send(request)
-        answer = self.receive()
-        self.assertEqual(request_id, answer.get("id"), answer)
-        return answer
 
     def no_frame_within(self, seconds):
         try:
@@ -114,10 +94,6 @@ class PromptCase(unittest.TestCase):
         except TimeoutError:
             return True
         self.fail(f"unexpected frame {frame!r}")
-
-    def end(self):
-        self.host.stdin.close()
-        self.assertEqual(0, self.host.wait(timeout=30))
 
     # --- what the browser window holds ------------------------------------------------------------------------------
 
@@ -135,13 +111,6 @@ class PromptCase(unittest.TestCase):
             if control["text"].replace("&", "") == text:
                 return control
         self.fail(f"no button {text!r} in {self.controls(dialog, BUTTON_CLASS)}")
-
-    def wait_for(self, condition, timeout=10):
-        deadline = time.monotonic() + timeout
-        while not condition():
-            if time.monotonic() > deadline:
-                self.fail("timed out")
-            time.sleep(0.05)
 
     def show(self, page, domain="mail.example.com", x=100, y=80, w=420, h=300):
         """SetPromptPos, then ShowPrompt; returns (size reply or None, answer, prompt id)."""

@@ -1,6 +1,6 @@
 #include "WindowCapture.h"
 
-#include "framework/Unique.h"
+#include "lvui/GdiObjects.h"
 
 #include <cstdint>
 #include <cstring>
@@ -8,24 +8,6 @@
 
 namespace
 {
-struct BitmapTraits
-{
-    using Type = HBITMAP;
-    static Type None() { return nullptr; }
-    static bool IsValid(Type bitmap) { return bitmap != nullptr; }
-    static void Close(Type bitmap) { ::DeleteObject(bitmap); }
-};
-using CBitmap = CUnique<BitmapTraits>;
-
-struct MemoryDcTraits
-{
-    using Type = HDC;
-    static Type None() { return nullptr; }
-    static bool IsValid(Type dc) { return dc != nullptr; }
-    static void Close(Type dc) { ::DeleteDC(dc); }
-};
-using CMemoryDc = CUnique<MemoryDcTraits>;
-
 bool IsBlank(const std::uint8_t* bits, int width, int height, int stride)
 {
     for (int y = 0; y < height; ++y)
