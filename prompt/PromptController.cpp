@@ -170,29 +170,24 @@ std::intptr_t CPromptController::SetPromptPos()
     const std::int32_t y = request.GetInt("y");
     const std::int32_t w = request.GetInt("w");
     const std::int32_t h = request.GetInt("h");
-    // The "zoom" the extension sends is not used: the window's own zoom stands in for it.
-    static_cast<void>(request.GetInt("zoom"));
-    const std::int32_t zoom = m_zoom;
+    // The "zoom" the extension sends is not used: the window's own zoom stands in for it, so the zoom never
+    // differs from the stored one and stays as it is.
 
     const std::string page = m_prompt.ActivePage();
     const std::string url = m_prompt.DialogUrl();
     const std::int32_t promptHeight = m_prompt.WindowRect().Height();
+    const bool unchanged = x == m_x && y == m_y && Distance(w, m_w) < 50 && Distance(h, m_h) < 50;
     for (IPromptDialog* dialog : {static_cast<IPromptDialog*>(&m_prompt), static_cast<IPromptDialog*>(&m_pin)})
     {
-        if (!dialog->Exists() || !dialog->IsVisible())
+        if (unchanged || !dialog->Exists() || !dialog->IsVisible())
             continue;
-        const bool unchanged = x == m_x && y == m_y && Distance(zoom, m_zoom) < 10 && Distance(w, m_w) < 50 &&
-                               Distance(h, m_h) < 50;
-        if (unchanged)
-            continue;
-        dialog->SetZoom(zoom);
+        dialog->SetZoom(m_zoom);
         if (dialog == &m_prompt)
             dialog->Show(dialog->Parent(), page, x, y, w, h, url);
         else
             dialog->Show(dialog->Parent(), page, x, y + promptHeight, w, h - promptHeight, url);
     }
     SetPromptRect(x, y, w, h);
-    m_zoom = zoom;
     return 1;
 }
 
