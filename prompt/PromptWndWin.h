@@ -25,7 +25,6 @@ public:
     // A WinEvent from the focus hook.
     void OnWinEvent(DWORD event, HWND window);
 
-    CPromptController* Controller() noexcept { return m_controller.get(); }
 
 protected:
     void OnCreated() override;

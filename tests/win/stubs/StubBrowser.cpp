@@ -7,10 +7,9 @@
 //                         x and y relative to the browser's client area, w, h, visible
 //   click HWND            posts BM_CLICK to a button (in any process)
 //   settext HWND TEXT     sends WM_SETTEXT (the rest of the line is the text)
-//   key HWND VK           posts WM_KEYDOWN with the virtual key to a window
 //   notify EVENT HWND     NotifyWinEvent(EVENT, HWND, OBJID_CLIENT, 0), as the system does on a focus change
 //   child CLASS           makes a child window of that class inside the browser window and focuses it: "ok HWND"
-//   minimize, restore     the browser window's show state
+//   minimize              minimises the browser window
 //   desktop               "ok <the desktop window>"
 //   quit                  ends the program
 //
@@ -140,14 +139,6 @@ std::string Serve(const std::string& line)
         ::SendMessageA(target, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(text.c_str()));
         return "ok";
     }
-    if (command == "key")
-    {
-        HWND target = ReadWindow(words);
-        unsigned vk = 0;
-        words >> vk;
-        ::PostMessageA(target, WM_KEYDOWN, vk, 1);
-        return "ok";
-    }
     if (command == "notify")
     {
         unsigned long event = 0;
@@ -167,9 +158,9 @@ std::string Serve(const std::string& line)
         ::SetFocus(child);
         return "ok " + std::to_string(reinterpret_cast<UINT_PTR>(child));
     }
-    if (command == "minimize" || command == "restore")
+    if (command == "minimize")
     {
-        ::ShowWindow(g_browser, command == "minimize" ? SW_MINIMIZE : SW_RESTORE);
+        ::ShowWindow(g_browser, SW_MINIMIZE);
         return "ok";
     }
     if (command == "desktop")
