@@ -1,10 +1,6 @@
 #include "commands/CommandHandler.h"
 
-#include "config/MemoryRegistry.h"
-#include "tests/fakes/FakeCoreLink.h"
-#include "tests/fakes/FakeHandlerPlatform.h"
-#include "tests/fakes/FakeLogSink.h"
-#include "tests/fakes/RecordingKeySender.h"
+#include "tests/fakes/HandlerWorld.h"
 
 #include <gtest/gtest.h>
 
@@ -19,14 +15,11 @@ constexpr const char* kMachineProduct = "HKLM\\Software\\Kavrin\\Lumivar";
 constexpr const char* kUserSkipList = "HKCU\\SOFTWARE\\Kavrin\\Lumivar\\SkipListForLvBho";
 constexpr const char* kMachineSkipList = "HKLM\\SOFTWARE\\Kavrin\\Lumivar\\SkipListForLvBho";
 
-struct Handler
+struct Handler : HandlerWorld
 {
-    explicit Handler(const char* requestText = "{}", bool immersive = false)
-        : services{platform, link, registry, keys, log, immersive}
+    explicit Handler(const char* requestText = "{}", bool immersive = false) : HandlerWorld(immersive)
     {
         Parse(requestText);
-        link.m_block.requestCode = 1;
-        link.m_block.result = kResultPending;
     }
     void Parse(const char* requestText) { EXPECT_TRUE(request.Parse(requestText)) << requestText; }
     CLVBHOCommandHandler& Make()
@@ -55,14 +48,6 @@ struct Handler
         };
     }
 
-    JsonCPPWrapper request;
-    CFakeHandlerPlatform platform;
-    CFakeCoreLink link;
-    CMemoryRegistry registry;
-    CRecordingKeySender keys;
-    CFakeLogSink sink;
-    CDebugLog log{sink};
-    HandlerServices services;
     std::unique_ptr<CLVBHOCommandHandler> handler;
 };
 

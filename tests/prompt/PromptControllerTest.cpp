@@ -1,12 +1,8 @@
 #include "prompt/PromptController.h"
 
-#include "config/MemoryRegistry.h"
 #include "messaging/JsonCppWrapper.h"
-#include "tests/fakes/FakeCoreLink.h"
-#include "tests/fakes/FakeHandlerPlatform.h"
-#include "tests/fakes/FakeLogSink.h"
 #include "tests/fakes/FakePromptUi.h"
-#include "tests/fakes/RecordingKeySender.h"
+#include "tests/fakes/HandlerWorld.h"
 #include "tests/fakes/StringStreams.h"
 
 #include <gtest/gtest.h>
@@ -20,13 +16,10 @@ constexpr WindowId kOwnWindow = 0x500;
 constexpr WindowId kBrowser = 0x700;
 constexpr WindowId kCoreWindow = 0x900;
 
-struct Prompt
+struct Prompt : HandlerWorld
 {
     explicit Prompt(const char* browserName = "chrome", std::int32_t zoom = 166, std::int32_t desktopWidth = 1920)
-        : services{platform, link, registry, keys, log, false}
     {
-        link.m_block.requestCode = 1;
-        link.m_block.result = kResultPending;
         link.m_block.hostContext = kCoreWindow;
         handler = std::make_unique<CLVBHOCommandHandler>(request, services);
         handler->SetBrowserName(browserName);
@@ -69,14 +62,6 @@ struct Prompt
         return false;
     }
 
-    JsonCPPWrapper request;
-    CFakeHandlerPlatform platform;
-    CFakeCoreLink link;
-    CMemoryRegistry registry;
-    CRecordingKeySender keys;
-    CFakeLogSink sink;
-    CDebugLog log{sink};
-    HandlerServices services;
     std::unique_ptr<CLVBHOCommandHandler> handler;
     CStringSink out;
     CResponseWriter writer{out, log};
