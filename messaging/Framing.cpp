@@ -7,6 +7,7 @@
 namespace
 {
 constexpr std::size_t kDiscardChunk = 64 * 1024;
+constexpr std::size_t kFirstBodyChunk = 64 * 1024;
 
 // Reads until `count` bytes have arrived or the source gives nothing more.
 std::size_t ReadFully(IByteSource& source, char* buffer, std::size_t count)
@@ -33,17 +34,30 @@ std::uint32_t ReadFrameLength(IByteSource& source)
 
 bool ReadFrameBody(IByteSource& source, std::uint32_t length, std::string& body)
 {
+    body.clear();
+    std::size_t total = 0;
     try
     {
-        body.assign(length, '\0');
+        // The memory follows the bytes that arrive, not the length the header claims: each step at most doubles
+        // what has been read so far.
+        while (total < length)
+        {
+            const std::size_t want = std::min<std::size_t>(length - total, std::max(total, kFirstBodyChunk));
+            body.resize(total + want);
+            const std::size_t got = ReadFully(source, body.data() + total, want);
+            total += got;
+            if (got < want)
+                break;
+        }
     }
     catch (const std::bad_alloc&)
     {
         body.clear();
         body.shrink_to_fit();
+        DiscardFrameBody(source, static_cast<std::uint32_t>(length - total));
         return false;
     }
-    ReadFully(source, body.data(), length);
+    body.resize(total);
     return true;
 }
 

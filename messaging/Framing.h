@@ -13,8 +13,8 @@ inline constexpr std::uint32_t kMaxFrameBody = 64u * 1024u * 1024u;
 // input and a failed read alike, and a partial header is taken as the partial value.
 std::uint32_t ReadFrameLength(IByteSource& source);
 
-// Reads a body of `length` bytes into `body`; bytes that do not arrive stay NUL. Returns false, having read
-// nothing, when the memory for the body cannot be had.
+// Reads a body of `length` bytes into `body`; a body cut short by the end of input holds what arrived. Returns
+// false, with `body` empty and the rest of the body read past, when there is no memory for it.
 bool ReadFrameBody(IByteSource& source, std::uint32_t length, std::string& body);
 
 // Reads and throws away `length` bytes in bounded chunks. Returns false if the input ended first.

@@ -46,16 +46,17 @@ void CMessageLoop::Run()
         if (length == 0)
             break;
 
-        // A short body keeps its missing bytes as NUL and is parsed up to the first of them; the next read then
-        // finds the end of input. A body above the ceiling, or one there is no memory for, is never held: it is
-        // answered at once, then skipped in bounded chunks.
-        if (length > kMaxFrameBody || !ReadFrameBody(m_input, length, body))
+        // A short body is parsed as far as it arrived; the next read then finds the end of input. A body above
+        // the ceiling, or one there is no memory for, is never held: it is answered, and read past in bounded
+        // chunks.
+        const bool refused = length > kMaxFrameBody;
+        if (refused || !ReadFrameBody(m_input, length, body))
         {
             if (m_log.Enabled(kTrafficLevel))
                 m_log.Write("MainHandler frame refused - %u bytes", length);
             SetStatus(&m_response, kStatusInvalidJson);
             m_writer.WriteResponse(m_response.ToString(responseText));
-            if (!DiscardFrameBody(m_input, length))
+            if (refused && !DiscardFrameBody(m_input, length))
                 break;
             continue;
         }

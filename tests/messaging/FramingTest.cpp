@@ -32,14 +32,41 @@ TEST(FramingTest, PartialHeaderIsTakenAsThePartialValue)
     EXPECT_EQ(0x0105u, ReadFrameLength(source));
 }
 
-TEST(FramingTest, ShortBodyKeepsMissingBytesNul)
+TEST(FramingTest, ShortBodyHoldsWhatArrived)
 {
     CStringSource source("{}");
+    std::string body = "stale";
+
+    EXPECT_TRUE(ReadFrameBody(source, 10, body));
+
+    EXPECT_EQ("{}", body);
+}
+
+TEST(FramingTest, MemoryForABodyFollowsTheBytesThatArriveNotTheClaimedLength)
+{
+    CStringSource source(std::string(100, 'x'));
     std::string body;
 
-    ReadFrameBody(source, 10, body);
+    EXPECT_TRUE(ReadFrameBody(source, 60u * 1024 * 1024, body));
 
-    EXPECT_EQ(std::string("{}\0\0\0\0\0\0\0\0", 10), body);
+    EXPECT_EQ(100u, body.size());
+    EXPECT_LE(body.capacity(), 256u * 1024);
+}
+
+TEST(FramingTest, ABodyArrivingInPiecesIsReadWhole)
+{
+    std::string bytes(300 * 1024 + 7, 'a');
+    for (std::size_t i = 0; i < bytes.size(); i += 4099)
+        bytes[i] = static_cast<char>('b' + i % 20);
+    CStringSource source(bytes + "next", 1000);
+    std::string body;
+
+    EXPECT_TRUE(ReadFrameBody(source, static_cast<std::uint32_t>(bytes.size()), body));
+
+    EXPECT_EQ(bytes, body);
+    char rest[5] = {};
+    EXPECT_EQ(4u, source.Read(rest, 4));
+    EXPECT_STREQ("next", rest);
 }
 
 TEST(FramingTest, DiscardReadsInBoundedChunks)
