@@ -1,6 +1,7 @@
 # The front door. `make demo` and `make test` work on a fresh machine: both install what they need first.
 
-.PHONY: all bootstrap build build-linux build-mingw build-tools test test-linux test-wine e2e demo bench clean
+.PHONY: all bootstrap build build-linux build-mingw build-fuzz build-tools test test-linux test-wine test-fuzz e2e fuzz demo \
+	bench clean
 
 all: build
 
@@ -18,10 +19,24 @@ build-mingw:
 	@cmake --preset mingw-release >/dev/null
 	@cmake --build --preset mingw-release
 
-test: build test-linux test-wine e2e
+test: build test-linux test-fuzz test-wine e2e
 
 test-linux:
 	ctest --preset linux-debug
+
+# The libFuzzer targets (clang, ASan, UBSan): every regression input, then each target briefly from its corpus.
+build-fuzz:
+	@cmake --preset fuzz >/dev/null
+	@cmake --build --preset fuzz
+
+test-fuzz: bootstrap build-fuzz
+	scripts/run-fuzz --seconds 15
+
+# A longer run: `make fuzz FUZZ_SECONDS=900`, or FUZZ_RUNS=10000000 (with both, whichever comes first).
+FUZZ_SECONDS ?= 120
+FUZZ_RUNS ?= 0
+fuzz: bootstrap build-fuzz
+	scripts/run-fuzz --seconds $(FUZZ_SECONDS) --runs $(FUZZ_RUNS)
 
 # Every Wine run gets a scratch prefix of its own, removed afterwards.
 test-wine:

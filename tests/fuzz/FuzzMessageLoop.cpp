@@ -1,0 +1,145 @@
+// The browser channel end to end, without Windows: frames read from the input, parsed, dispatched to the real
+// command handler, and answered. The core link and the handler's platform are the tests' fakes; the input's first
+// byte decides how the fake core behaves, the rest is what the browser sends.
+//
+// Checked on every input: each answer frame is whole, valid UTF-8 and a JSON object; no request gets more than
+// one answer.
+
+#include "commands/CommandDispatcher.h"
+#include "messaging/MessageLoop.h"
+#include "tests/fakes/HandlerWorld.h"
+#include "tests/fakes/StringStreams.h"
+#include "tests/fuzz/FuzzCheck.h"
+
+#include <json/json.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <string>
+
+namespace
+{
+// Independent of the host's own validator: any well-formed UTF-8, control bytes included.
+bool IsWellFormedUtf8(const std::string& text)
+{
+    std::size_t i = 0;
+    while (i < text.size())
+    {
+        const auto lead = static_cast<unsigned char>(text[i]);
+        std::size_t length = 0;
+        std::uint32_t value = 0;
+        if (lead < 0x80)
+            length = 1, value = lead;
+        else if ((lead & 0xE0) == 0xC0)
+            length = 2, value = lead & 0x1Fu;
+        else if ((lead & 0xF0) == 0xE0)
+            length = 3, value = lead & 0x0Fu;
+        else if ((lead & 0xF8) == 0xF0)
+            length = 4, value = lead & 0x07u;
+        else
+            return false;
+        if (i + length > text.size())
+            return false;
+        for (std::size_t k = 1; k < length; ++k)
+        {
+            const auto next = static_cast<unsigned char>(text[i + k]);
+            if ((next & 0xC0) != 0x80)
+                return false;
+            value = (value << 6) | (next & 0x3Fu);
+        }
+        static const std::uint32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
+        if (value < kSmallest[length] || value > 0x10FFFF || (value >= 0xD800 && value <= 0xDFFF))
+            return false;
+        i += length;
+    }
+    return true;
+}
+
+// What the fake core answers when a request is signalled, from the input's first byte.
+void PlayCore(CFakeCoreLink& core, std::uint8_t behaviour)
+{
+    core.m_coreRunning = (behaviour & 0x01) == 0;
+    core.m_mapped = (behaviour & 0x02) == 0;
+    static const std::uint32_t kResults[] = {kResultPending, 0, 1, kResultFillScript, kResultNoPrompt,
+                                             kResultVaultSelect, 3, 7};
+    const std::uint32_t result = kResults[(behaviour >> 2) & 0x07];
+    const std::uint32_t flags = ((behaviour & 0x20) ? kFlagAnswerYes : 0) | ((behaviour & 0x40) ? kFlagNotEnrolled : 0);
+    const bool hostile = (behaviour & 0x80) != 0;
+    core.m_signalResult = result == 7 ? 0 : 1;
+    core.m_onSignal = [result, flags, hostile](CFakeCoreLink& link, std::uint32_t) {
+        BHOSharedData& block = link.m_block;
+        block.result = result;
+        block.flags = flags;
+        if (result != kResultFillScript)
+            return;
+        if (hostile)
+        {
+            // A core that fills every text field to the brim, with no terminator anywhere.
+            std::memset(block.fieldScript, '+', sizeof block.fieldScript);
+            std::memset(block.valueScript, '\xE9', sizeof block.valueScript);
+            std::memset(block.requestUser, 'u', sizeof block.requestUser);
+            block.valueCount = 0xFFFFFFFF;
+        }
+        else
+        {
+            std::strcpy(block.fieldScript, "user+pwd");
+            std::memcpy(block.valueScript, "alice\0s3cret\0", 13);
+            block.valueCount = 2;
+        }
+    };
+}
+
+std::size_t CheckAnswers(const std::string& output)
+{
+    Json::CharReaderBuilder builder;
+    builder["failIfExtra"] = true;
+    builder["rejectDupKeys"] = true;
+    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+    std::size_t frames = 0;
+    std::size_t position = 0;
+    while (position < output.size())
+    {
+        FUZZ_CHECK(output.size() - position >= 4);
+        const auto* bytes = reinterpret_cast<const unsigned char*>(output.data() + position);
+        const std::uint32_t length = bytes[0] | (bytes[1] << 8) | (bytes[2] << 16) | (std::uint32_t(bytes[3]) << 24);
+        position += 4;
+        FUZZ_CHECK(length > 0 && output.size() - position >= length);
+        const std::string body = output.substr(position, length);
+        position += length;
+        FUZZ_CHECK(IsWellFormedUtf8(body));
+        Json::Value value;
+        std::string errors;
+        FUZZ_CHECK(reader->parse(body.data(), body.data() + body.size(), &value, &errors));
+        FUZZ_CHECK(value.isObject());
+        FUZZ_CHECK(value.isMember("CommandError"));
+        ++frames;
+    }
+    return frames;
+}
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    if (size == 0)
+        return 0;
+    HandlerWorld world;
+    PlayCore(world.link, data[0]);
+    const std::string stream(reinterpret_cast<const char*>(data + 1), size - 1);
+
+    CStringSource input(stream);
+    CStringSink output;
+    CResponseWriter writer(output, world.log);
+    JsonCPPWrapper response;
+    ProcessValues values;
+    {
+        CLVBHOCommandHandler handler(world.request, world.services);
+        CCommandDispatcher dispatcher(handler, values);
+        CMessageLoop loop(input, writer, dispatcher, world.request, response, world.log);
+        loop.Run();
+    }
+    // Every answer needs a length of its own in the input; only the last may be cut short.
+    FUZZ_CHECK(CheckAnswers(output.Bytes()) <= stream.size() / 4 + 1);
+    return 0;
+}
