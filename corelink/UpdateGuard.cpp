@@ -17,6 +17,10 @@ int IsUpdateRunning(IRegistry& registry, IProcessQuery& processes)
     dir.erase(0, 2);
     dir = TrimWhiteSpace(dir);
 
+    // The WMI query is costly (it starts the WMI machinery in the host); it can only find an updater when a
+    // process of that name exists at all, which the cheap scan of the process list tells first.
+    if (processes.FindProcessByName(kUpdaterProcessName) == 0)
+        return 0;
     std::string commandLine;
     const std::uint32_t processId = processes.FindProcessByWmi(kUpdaterProcessName, &commandLine, kOwnSession);
     if (processId == 0)
