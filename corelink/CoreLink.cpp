@@ -25,7 +25,8 @@ void CCoreLink::Trace(const char* format, ...) const
 
 bool CCoreLink::IsCoreRunning()
 {
-    return m_objects.FindProcessByName(kGuardProcessName) != 0 || m_objects.FindProcessByName(kCoreProcessName) != 0;
+    // The core first: while it runs, its watch answers without a scan, and the guard need not be looked for.
+    return m_objects.IsProcessRunning(kCoreProcessName) || m_objects.IsProcessRunning(kGuardProcessName);
 }
 
 bool CCoreLink::LockBlock()

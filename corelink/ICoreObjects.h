@@ -36,6 +36,8 @@ public:
 
     // The id of another process whose image name contains `name` (case-insensitive), or 0.
     virtual std::uint32_t FindProcessByName(const char* name) = 0;
+    // Whether such a process runs; may answer from a process found earlier that has not exited. Any thread.
+    virtual bool IsProcessRunning(const char* name) = 0;
     // The core's message window, or 0.
     virtual WindowId FindCoreWindow() = 0;
     virtual void AllowSetForeground(std::uint32_t processId) = 0;

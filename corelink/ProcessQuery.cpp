@@ -28,3 +28,23 @@ std::string BuildProcessQuery(const char* name, bool withCommandLine, std::uint3
     std::snprintf(condition, sizeof condition, " and SessionId=%d", static_cast<int>(id));
     return query + condition;
 }
+
+bool CRunningProcessWatch::IsRunning()
+{
+    if (m_watch != 0 && !m_processes.HasExited(m_watch))
+        return true;
+    Forget();
+    const std::uint32_t processId = m_processes.FindProcessByName(m_name.c_str());
+    if (processId == 0)
+        return false;
+    // A process that cannot be opened is still running; it is simply looked for again next time.
+    m_watch = m_processes.OpenExitWatch(processId);
+    return true;
+}
+
+void CRunningProcessWatch::Forget()
+{
+    if (m_watch != 0)
+        m_processes.CloseExitWatch(m_watch);
+    m_watch = 0;
+}

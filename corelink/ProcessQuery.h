@@ -1,7 +1,7 @@
 #pragma once
-// What the host asks about other processes: whether the core runs (a cheap scan of the process list, made before
-// every lock and wait) and whether the product's updater is at work (a WMI query, once at start, for its command
-// line).
+// What the host asks about other processes: whether the core runs (asked before every lock and wait: a scan of the
+// process list, skipped while a core process found earlier has not exited) and whether the product's updater is
+// at work (a WMI query, once at start, for its command line, made only when a process of that name exists).
 
 #include <cstdint>
 #include <string>
@@ -22,6 +22,34 @@ public:
     virtual std::uint32_t FindProcessByWmi(const char* name, std::string* commandLine, std::uint32_t session) = 0;
     // The image path of a process in device form ("\Device\HarddiskVolume1\..."); false when it cannot be read.
     virtual bool ProcessImagePath(std::uint32_t processId, std::string& path) = 0;
+
+    // A handle that tells when process `processId` exits (it keeps the id from being reused), or 0 when the process
+    // cannot be opened.
+    virtual std::uintptr_t OpenExitWatch(std::uint32_t processId) = 0;
+    virtual bool HasExited(std::uintptr_t watch) = 0;
+    virtual void CloseExitWatch(std::uintptr_t watch) = 0;
+};
+
+// Whether a process named like `name` runs, as FindProcessByName tells, but asked often: the process found is
+// watched, and while it has not exited the answer is yes without a scan. A "no" is never remembered. Not
+// thread-safe; the owner serialises calls.
+class CRunningProcessWatch
+{
+public:
+    CRunningProcessWatch(IProcessQuery& processes, const char* name) : m_processes(processes), m_name(name) {}
+    CRunningProcessWatch(const CRunningProcessWatch&) = delete;
+    CRunningProcessWatch& operator=(const CRunningProcessWatch&) = delete;
+    ~CRunningProcessWatch() { Forget(); }
+
+    bool IsRunning();
+    const std::string& Name() const noexcept { return m_name; }
+
+private:
+    void Forget();
+
+    IProcessQuery& m_processes;
+    std::string m_name;
+    std::uintptr_t m_watch = 0;
 };
 
 struct NamedProcess

@@ -142,3 +142,19 @@ bool CProcessQueryWin::ProcessImagePath(std::uint32_t processId, std::string& pa
     path = buffer;
     return true;
 }
+
+std::uintptr_t CProcessQueryWin::OpenExitWatch(std::uint32_t processId)
+{
+    return reinterpret_cast<std::uintptr_t>(::OpenProcess(SYNCHRONIZE, FALSE, processId));
+}
+
+bool CProcessQueryWin::HasExited(std::uintptr_t watch)
+{
+    // A failed wait counts as exited, so that the caller scans again.
+    return ::WaitForSingleObject(reinterpret_cast<HANDLE>(watch), 0) != WAIT_TIMEOUT;
+}
+
+void CProcessQueryWin::CloseExitWatch(std::uintptr_t watch)
+{
+    ::CloseHandle(reinterpret_cast<HANDLE>(watch));
+}

@@ -10,4 +10,7 @@ public:
     // COM must already be initialised on the calling thread.
     std::uint32_t FindProcessByWmi(const char* name, std::string* commandLine, std::uint32_t session) override;
     bool ProcessImagePath(std::uint32_t processId, std::string& path) override;
+    std::uintptr_t OpenExitWatch(std::uint32_t processId) override;
+    bool HasExited(std::uintptr_t watch) override;
+    void CloseExitWatch(std::uintptr_t watch) override;
 };

@@ -342,3 +342,24 @@ TEST(CoreLinkTest, ExtensionInstalledWithoutACoreDoesNothing)
 
     EXPECT_TRUE(run.objects.m_calls.empty());
 }
+
+TEST(CoreLinkTest, TheCoreIsAskedForFirstAndTheGuardOnlyWhenTheCoreIsNotRunning)
+{
+    Link running;
+    running.objects.RunCore();
+    Link stopped;
+
+    EXPECT_TRUE(running.link.IsCoreRunning());
+    EXPECT_FALSE(stopped.link.IsCoreRunning());
+
+    EXPECT_EQ((Calls{kCoreProcessName}), running.objects.m_runningAsked);
+    EXPECT_EQ((Calls{kCoreProcessName, kGuardProcessName}), stopped.objects.m_runningAsked);
+}
+
+TEST(CoreLinkTest, TheGuardAloneCountsAsACoreRunning)
+{
+    Link run;
+    run.objects.m_processes = {{78, kGuardProcessName}};
+
+    EXPECT_TRUE(run.link.IsCoreRunning());
+}

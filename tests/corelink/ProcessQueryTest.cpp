@@ -122,12 +122,23 @@ TEST(UpdateGuardTest, TheUpdaterIsLookedForInTheHostsOwnSessionOnly)
     EXPECT_NE(std::string::npos, run.processes.m_wmiQueries[0].find(" and SessionId=1"));
 }
 
-TEST(UpdateGuardTest, NoUpdaterMeansNoUpdate)
+TEST(UpdateGuardTest, NoUpdaterMeansNoUpdateWithoutAskingWmi)
 {
     Update run;
-    run.processes.m_processes.clear();
+    run.processes.m_processes = {{7, "explorer.exe"}, {8, "LvEngine.exe"}};
 
     EXPECT_EQ(0, run.Check());
+    EXPECT_TRUE(run.processes.m_wmiQueries.empty());
+    EXPECT_EQ(1, run.processes.m_scans);
+}
+
+TEST(UpdateGuardTest, AnUpdaterInTheProcessListIsThenLookedUpThroughWmi)
+{
+    Update run;
+    run.processes.m_wmiCommandLine = "wyUpdate.exe /quickcheck /noerr";
+
+    EXPECT_EQ(1, run.Check());
+    EXPECT_EQ(1u, run.processes.m_wmiQueries.size());
 }
 
 TEST(UpdateGuardTest, AFailedQueryMeansNoUpdate)
@@ -154,4 +165,74 @@ TEST(UpdateGuardTest, WithoutTheProductKeyNothingIsAsked)
 
     EXPECT_EQ(0, IsUpdateRunning(registry, processes));
     EXPECT_TRUE(processes.m_wmiQueries.empty());
+}
+
+namespace
+{
+struct Watch
+{
+    Watch() { processes.m_processes = {{7, "explorer.exe"}, {9, "LvEngine.exe"}}; }
+
+    CFakeProcessQuery processes;
+    CRunningProcessWatch watch{processes, "lvengine.exe"};
+};
+} // namespace
+
+TEST(RunningProcessWatchTest, AProcessFoundOnceIsWatchedAndNotScannedForAgain)
+{
+    Watch run;
+
+    EXPECT_TRUE(run.watch.IsRunning());
+    EXPECT_TRUE(run.watch.IsRunning());
+    EXPECT_TRUE(run.watch.IsRunning());
+
+    EXPECT_EQ(1, run.processes.m_scans);
+    EXPECT_EQ(1, run.processes.m_openWatches);
+}
+
+TEST(RunningProcessWatchTest, WhenTheWatchedProcessExitsTheListIsScannedAgain)
+{
+    Watch run;
+    ASSERT_TRUE(run.watch.IsRunning());
+
+    run.processes.m_processes = {{7, "explorer.exe"}};
+    EXPECT_FALSE(run.watch.IsRunning());
+    EXPECT_EQ(0, run.processes.m_openWatches);
+
+    run.processes.m_processes = {{7, "explorer.exe"}, {12, "LvEngine.exe"}};
+    EXPECT_TRUE(run.watch.IsRunning());
+    EXPECT_EQ(3, run.processes.m_scans);
+}
+
+TEST(RunningProcessWatchTest, ANoIsNeverRemembered)
+{
+    Watch run;
+    run.processes.m_processes.clear();
+
+    EXPECT_FALSE(run.watch.IsRunning());
+    run.processes.m_processes = {{9, "LvEngine.exe"}};
+    EXPECT_TRUE(run.watch.IsRunning());
+    EXPECT_EQ(2, run.processes.m_scans);
+}
+
+TEST(RunningProcessWatchTest, AProcessThatCannotBeOpenedStillRunsAndIsLookedForEachTime)
+{
+    Watch run;
+    run.processes.m_watchesWork = false;
+
+    EXPECT_TRUE(run.watch.IsRunning());
+    EXPECT_TRUE(run.watch.IsRunning());
+    EXPECT_EQ(2, run.processes.m_scans);
+}
+
+TEST(RunningProcessWatchTest, TheWatchIsClosedWithIt)
+{
+    CFakeProcessQuery processes;
+    processes.m_processes = {{9, "LvEngine.exe"}};
+    {
+        CRunningProcessWatch watch(processes, "LvEngine.exe");
+        ASSERT_TRUE(watch.IsRunning());
+        EXPECT_EQ(1, processes.m_openWatches);
+    }
+    EXPECT_EQ(0, processes.m_openWatches);
 }

@@ -72,6 +72,11 @@ public:
                 return id;
         return 0;
     }
+    bool IsProcessRunning(const char* name) override
+    {
+        m_runningAsked.push_back(name);
+        return FindProcessByName(name) != 0;
+    }
     WindowId FindCoreWindow() override { return m_coreWindow; }
     void AllowSetForeground(std::uint32_t processId) override
     {
@@ -101,6 +106,7 @@ public:
     int m_mutexDepth = 0;
     std::vector<std::pair<std::uint32_t, std::string>> m_processes;
     WindowId m_coreWindow = 0;
+    std::vector<std::string> m_runningAsked; // names IsProcessRunning was asked for, in order
     // Runs inside every wait: plays the core's part.
     std::function<void(CFakeCoreObjects&)> m_onWait;
     std::vector<std::string> m_calls;

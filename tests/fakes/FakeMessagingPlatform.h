@@ -5,6 +5,7 @@
 #include "host/MainHandler.h"
 #include "tests/fakes/RecordingCommandHandler.h"
 
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
@@ -14,6 +15,7 @@ class CFakeProcessQuery : public IProcessQuery
 public:
     std::uint32_t FindProcessByName(const char* name) override
     {
+        ++m_scans;
         return FindProcessInList(m_processes, name, m_selfId);
     }
     std::uint32_t FindProcessByWmi(const char* name, std::string* commandLine, std::uint32_t session) override
@@ -26,6 +28,20 @@ public:
             *commandLine = m_wmiCommandLine;
         return found;
     }
+    // A watch is the process id plus 1000; a process that has left the list has exited.
+    std::uintptr_t OpenExitWatch(std::uint32_t processId) override
+    {
+        if (!m_watchesWork)
+            return 0;
+        ++m_openWatches;
+        return processId + 1000;
+    }
+    bool HasExited(std::uintptr_t watch) override
+    {
+        return std::none_of(m_processes.begin(), m_processes.end(),
+                            [watch](const NamedProcess& process) { return process.id + 1000 == watch; });
+    }
+    void CloseExitWatch(std::uintptr_t) override { --m_openWatches; }
     bool ProcessImagePath(std::uint32_t, std::string& path) override
     {
         if (m_imagePath.empty())
@@ -41,6 +57,9 @@ public:
     std::string m_wmiCommandLine;
     std::string m_imagePath;
     std::vector<std::string> m_wmiQueries;
+    int m_scans = 0;
+    int m_openWatches = 0;
+    bool m_watchesWork = true;
 };
 
 class CFakeMessagingPlatform : public IMessagingPlatform

@@ -3,8 +3,12 @@
 // block and rings the request events. The named objects are per Wine prefix and shared with every other test of
 // the binary, so each test stops its sim and closes every handle before it ends.
 
+#include "config/DebugLog.h"
+#include "corelink/CoreObjectsWin.h"
+#include "corelink/ProcessQueryWin.h"
 #include "corelink/SharedData.h"
 #include "framework/Unique.h"
+#include "tests/fakes/FakeLogSink.h"
 
 #include <gtest/gtest.h>
 #include <json/json.h>
@@ -524,6 +528,40 @@ TEST_F(CoreSimTest, ProcessDiscoveryFindsItByTheCoreName)
     for (char& c : imageName)
         c = static_cast<char>(::tolower(static_cast<unsigned char>(c)));
     EXPECT_NE(std::string::npos, imageName.find("lvengine.exe")) << imageName;
+}
+
+namespace
+{
+// The real process list, counting the scans.
+class CCountingProcessQuery : public CProcessQueryWin
+{
+public:
+    std::uint32_t FindProcessByName(const char* name) override
+    {
+        ++m_scans;
+        return CProcessQueryWin::FindProcessByName(name);
+    }
+    int m_scans = 0;
+};
+} // namespace
+
+TEST_F(CoreSimTest, ARunningCoreIsWatchedWithoutScanningAgainUntilItExits)
+{
+    StartSim();
+    CCountingProcessQuery processes;
+    CFakeLogSink sink;
+    CDebugLog log(sink);
+    CCoreObjectsWin objects(processes, log);
+
+    for (int i = 0; i < 5; ++i)
+        EXPECT_TRUE(objects.IsProcessRunning(kCoreProcessName));
+    EXPECT_EQ(1, processes.m_scans);
+
+    m_sim.Stop();
+    EXPECT_FALSE(objects.IsProcessRunning(kCoreProcessName));
+    EXPECT_EQ(2, processes.m_scans);
+    EXPECT_FALSE(objects.IsProcessRunning(kCoreProcessName));
+    EXPECT_EQ(3, processes.m_scans);
 }
 
 TEST_F(CoreSimTest, InitialisesTheBlockItCreates)

@@ -160,3 +160,40 @@ TEST(ProcessQueryWinTest, AnUpdaterOfThisInstallationIsFoundOrTheFailedQueryCoun
     // Where the session query fails, as under Wine, that failure must count as no update.
     EXPECT_EQ(byWmi != 0 ? 1 : 0, updating);
 }
+
+TEST(ProcessQueryWinTest, AnExitWatchTellsWhenItsProcessHasEnded)
+{
+    CProcessQueryWin processes;
+    char commandLine[] = "cmd.exe /c exit 0";
+    STARTUPINFOA startup{};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION child{};
+    ASSERT_TRUE(::CreateProcessA(nullptr, commandLine, nullptr, nullptr, FALSE, CREATE_NO_WINDOW, nullptr, nullptr,
+                                 &startup, &child));
+    ::CloseHandle(child.hThread);
+    const std::uintptr_t watch = processes.OpenExitWatch(child.dwProcessId);
+    ASSERT_NE(0u, watch);
+
+    ASSERT_EQ(WAIT_OBJECT_0, ::WaitForSingleObject(child.hProcess, 10000));
+    ::CloseHandle(child.hProcess);
+
+    EXPECT_TRUE(processes.HasExited(watch));
+    processes.CloseExitWatch(watch);
+}
+
+TEST(ProcessQueryWinTest, AnExitWatchOnARunningProcessSaysItRuns)
+{
+    CProcessQueryWin processes;
+    const std::uintptr_t watch = processes.OpenExitWatch(::GetCurrentProcessId());
+    ASSERT_NE(0u, watch);
+
+    EXPECT_FALSE(processes.HasExited(watch));
+    processes.CloseExitWatch(watch);
+}
+
+TEST(ProcessQueryWinTest, NoProcessMeansNoWatch)
+{
+    CProcessQueryWin processes;
+
+    EXPECT_EQ(0u, processes.OpenExitWatch(0xFFFFFFF0u));
+}
