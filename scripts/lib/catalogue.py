@@ -58,6 +58,19 @@ def type_name(value):
     return "object"
 
 
+def converts(value, wanted):
+    """Whether the JSON library reads `value` as the type of `wanted` (a text or an integer) without failing: any
+    scalar is a text; a number in range, a truth value and null are integers; lists and objects are neither."""
+    kind = type_name(value)
+    if kind in ("array", "object"):
+        return False
+    if type_name(wanted) == "string":
+        return True
+    if kind == "string":
+        return False
+    return not (kind == "int" and not -2**31 <= value < 2**31)
+
+
 def wrong_types(command):
     """(member, value) pairs: each member of `command`, plus "command" and "id", with each type it does not have."""
     members = dict(COMMANDS[command], command=command, id=1)

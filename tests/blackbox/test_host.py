@@ -688,30 +688,6 @@ class NotEnrolledTest(CoreSession):
         self.assertEqual([1, 2], [r["code"] for r in self.core.requests()])
 
 
-class NoCoreTest(unittest.TestCase):
-    """No core process runs: every command that needs it answers 3 at once."""
-
-    @classmethod
-    def setUpClass(cls):
-        PREFIX.install_product()
-
-    def test_login_commands_fail_promptly_without_a_core(self):
-        requests = [dict(STORE, id=1), dict(CHECK, id=2), dict(REMEMBERED, id=3),
-                    {"command": "RememberPwdWithoutPrompt", "id": 4},
-                    {"command": "SetRememberPwdWithoutPrompt", "id": 5}]
-        session = winhost.HostSession(PREFIX, EXE)
-        answers = []
-        for request in requests:
-            started = time.monotonic()
-            session.send(json.dumps(request))
-            answers.append((json.loads(session.receive()), time.monotonic() - started))
-        self.assertEqual(0, session.close())
-
-        for answer, seconds in answers:
-            self.assertEqual(3, answer["CommandError"], answer)
-            self.assertLess(seconds, 1.0, answer)
-
-
 def main():
     def bind(paths, prefix):
         global EXE, SIM, PREFIX
