@@ -4,6 +4,8 @@
 
 #include "messaging/ByteStream.h"
 
+#include <string>
+
 // Puts stdin and stdout into binary mode.
 void SetBinaryStdStreams();
 
@@ -13,9 +15,15 @@ public:
     std::size_t Read(char* buffer, std::size_t count) override;
 };
 
+// Collects what is written and hands it to the output handle in one write at each flush: the C runtime's stdout
+// under Wine writes a pipe one byte per system call. Callers serialise Write and Flush (the response writer holds
+// its lock across a frame).
 class CStdOutSink : public IByteSink
 {
 public:
     void Write(const char* data, std::size_t count) override;
     void Flush() override;
+
+private:
+    std::string m_pending;
 };
