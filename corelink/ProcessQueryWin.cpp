@@ -5,14 +5,19 @@
 
 #include <objbase.h>
 #include <psapi.h>
-#include <tlhelp32.h>
 #include <wbemidl.h>
+#include <winternl.h>
+
+#include <algorithm>
 
 #include <string>
 #include <vector>
 
 namespace
 {
+constexpr NTSTATUS kStatusInfoLengthMismatch = static_cast<NTSTATUS>(0xC0000004L);
+constexpr std::size_t kMaxProcessListBytes = 64u * 1024 * 1024;
+
 template <typename T>
 class CComPtr
 {
@@ -64,17 +69,38 @@ private:
 
 std::uint32_t CProcessQueryWin::FindProcessByName(const char* name)
 {
-    CHandle snapshot(::CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
-    if (!snapshot.IsValid())
-        return 0;
-    PROCESSENTRY32 entry{};
-    entry.dwSize = sizeof entry;
-    if (!::Process32First(snapshot.Get(), &entry))
-        return 0;
+    // One query of the system's process list. A Toolhelp snapshot holds the same names, but under Wine it costs a
+    // system call for every entry read, and this scan runs before locks and waits.
+    std::vector<unsigned char> buffer(256 * 1024);
+    for (;;)
+    {
+        ULONG needed = 0;
+        const NTSTATUS status = ::NtQuerySystemInformation(SystemProcessInformation, buffer.data(),
+                                                           static_cast<ULONG>(buffer.size()), &needed);
+        if (status == kStatusInfoLengthMismatch && buffer.size() < kMaxProcessListBytes)
+        {
+            buffer.resize(std::max<std::size_t>(buffer.size() * 2, needed + 64 * 1024));
+            continue;
+        }
+        if (status < 0)
+            return 0;
+        break;
+    }
     std::vector<NamedProcess> processes;
-    do
-        processes.push_back({entry.th32ProcessID, entry.szExeFile});
-    while (::Process32Next(snapshot.Get(), &entry));
+    std::size_t offset = 0;
+    for (;;)
+    {
+        const auto* entry = reinterpret_cast<const SYSTEM_PROCESS_INFORMATION*>(buffer.data() + offset);
+        const std::wstring image(entry->ImageName.Buffer ? entry->ImageName.Buffer : L"",
+                                 entry->ImageName.Buffer ? entry->ImageName.Length / sizeof(wchar_t) : 0);
+        processes.push_back({static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(entry->UniqueProcessId)),
+                             NarrowToAnsi(image.c_str())});
+        if (entry->NextEntryOffset == 0)
+            break;
+        offset += entry->NextEntryOffset;
+        if (offset + sizeof(SYSTEM_PROCESS_INFORMATION) > buffer.size())
+            break;
+    }
     return FindProcessInList(processes, name, ::GetCurrentProcessId());
 }
 

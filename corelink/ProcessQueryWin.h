@@ -1,5 +1,5 @@
 #pragma once
-// The process list through a Toolhelp snapshot, the updater's command line through WMI.
+// The process list through the system's process information, the updater's command line through WMI.
 
 #include "corelink/ProcessQuery.h"
 
