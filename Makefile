@@ -60,8 +60,9 @@ demo: bootstrap build-mingw build-tools
 	@python3 scripts/prompt_gallery.py --gallery build/mingw-release/bin/LvUiGallery.exe \
 		--lvui build/mingw-release/bin/LVUI.dll --out build/screenshots
 
+# Under Xvfb, so that the prompt window of the idle figure is a real window.
 bench: bootstrap build-mingw
-	@python3 bench/run_bench.py --build build/mingw-release
+	@xvfb-run -a -s "-screen 0 1920x1080x24" python3 bench/run_bench.py --build build/mingw-release
 
 clean:
 	rm -rf build

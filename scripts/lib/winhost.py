@@ -269,14 +269,16 @@ class SimCore:
     """The stand-in core SimLvEngine.exe under Wine, driven by its line commands.
 
     Each command is answered by one line beginning with "ok" or "error". The core's log (one JSON object per
-    line) is kept in a file that `log()` reads back.
+    line) is kept in a file that `log()` reads back; with `log_name` None there is none (the benchmark keeps the
+    log's file writes out of the core's answers).
     """
 
     def __init__(self, prefix, exe, args=(), log_name="simcore-log.jsonl", timeout=30):
-        self.log_path = prefix.drive_c / log_name
+        self.log_path = prefix.drive_c / (log_name or "simcore-no-log.jsonl")
         if self.log_path.exists():
             self.log_path.unlink()
-        self.process = subprocess.Popen(["wine", str(exe), "--log", "C:\\" + log_name, *args], env=prefix.env,
+        log_args = ["--log", "C:\\" + log_name] if log_name else []
+        self.process = subprocess.Popen(["wine", str(exe), *log_args, *args], env=prefix.env,
                                         stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
                                         bufsize=0)
         ready = self._line(timeout)
