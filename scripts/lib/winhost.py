@@ -428,6 +428,17 @@ def blackbox_main(description, programs, bind):
     sys.exit(code)
 
 
+def host_and_core_main(description, namespace):
+    """blackbox_main for a script that runs the host with the stand-in core: sets EXE, SIM and PREFIX in the
+    script's `namespace` (its globals())."""
+    def bind(paths, prefix):
+        namespace["EXE"], namespace["SIM"], namespace["PREFIX"] = paths["exe"], paths["sim"], prefix
+    blackbox_main(description, [
+        ("--exe", "path to LVBHOHost.exe"),
+        ("--sim", "path to SimLvEngine.exe, the stand-in core"),
+    ], bind)
+
+
 def decode_log(data):
     """Turns the scrambled debug log back into text: CR LF is the line end the file was written with; every other
     byte but 0, 9 and 10 was shifted up by 10."""

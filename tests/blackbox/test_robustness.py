@@ -346,13 +346,7 @@ class CoreFaultTest(RobustnessCase):
 
 
 def main():
-    def bind(paths, prefix):
-        global EXE, SIM, PREFIX
-        EXE, SIM, PREFIX = paths["exe"], paths["sim"], prefix
-    winhost.blackbox_main(__doc__, [
-        ("--exe", "path to LVBHOHost.exe"),
-        ("--sim", "path to SimLvEngine.exe, the stand-in core"),
-    ], bind)
+    winhost.host_and_core_main(__doc__, globals())
 
 
 if __name__ == "__main__":
