@@ -56,7 +56,11 @@ int Ping(int rounds)
         ::QueryPerformanceCounter(&start);
         ::SetEvent(ping);
         if (::WaitForSingleObject(pong, 10000) != WAIT_OBJECT_0)
+        {
+            ::SetEvent(quit);
+            ::TerminateProcess(child.hProcess, 4);
             return 4;
+        }
         ::QueryPerformanceCounter(&end);
         if (i >= 0)
             std::printf("%.2f\n", (end.QuadPart - start.QuadPart) * 1e6 / frequency.QuadPart);

@@ -39,6 +39,10 @@ bool CRunningProcessWatch::IsRunning()
         return false;
     // A process that cannot be opened is still running; it is simply looked for again next time.
     m_watch = m_processes.OpenExitWatch(processId);
+    // The id may have passed to another process between the scan and the opening: the watch is kept only when a
+    // second scan finds the same id under the name.
+    if (m_watch != 0 && m_processes.FindProcessByName(m_name.c_str()) != processId)
+        Forget();
     return true;
 }
 

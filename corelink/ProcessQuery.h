@@ -31,8 +31,9 @@ public:
 };
 
 // Whether a process named like `name` runs, as FindProcessByName tells, but asked often: the process found is
-// watched, and while it has not exited the answer is yes without a scan. A "no" is never remembered. Not
-// thread-safe; the owner serialises calls.
+// watched, and while it has not exited the answer is yes without a scan. A "no" is never remembered. Finding a
+// process to watch costs a second scan, which makes sure the id still names it. Not thread-safe; the owner
+// serialises calls.
 class CRunningProcessWatch
 {
 public:

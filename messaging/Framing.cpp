@@ -8,6 +8,7 @@ namespace
 {
 constexpr std::size_t kDiscardChunk = 64 * 1024;
 constexpr std::size_t kFirstBodyChunk = 64 * 1024;
+constexpr std::size_t kWholeBodyAfter = 1024 * 1024;
 
 // Reads until `count` bytes have arrived or the source gives nothing more.
 std::size_t ReadFully(IByteSource& source, char* buffer, std::size_t count)
@@ -39,10 +40,12 @@ bool ReadFrameBody(IByteSource& source, std::uint32_t length, std::string& body)
     try
     {
         // The memory follows the bytes that arrive, not the length the header claims: each step at most doubles
-        // what has been read so far.
+        // what has been read so far, until a mebibyte has arrived; then the rest is taken in one step, so that a
+        // large body is never copied while it grows.
         while (total < length)
         {
-            const std::size_t want = std::min<std::size_t>(length - total, std::max(total, kFirstBodyChunk));
+            const std::size_t step = total >= kWholeBodyAfter ? length - total : std::max(total, kFirstBodyChunk);
+            const std::size_t want = std::min<std::size_t>(length - total, step);
             body.resize(total + want);
             const std::size_t got = ReadFully(source, body.data() + total, want);
             total += got;

@@ -29,7 +29,16 @@ std::size_t CStdInSource::Read(char* buffer, std::size_t count)
 
 void CStdOutSink::Write(const char* data, std::size_t count)
 {
-    m_pending.append(data, count);
+    try
+    {
+        m_pending.append(data, count);
+    }
+    catch (...)
+    {
+        // No part of a frame that could not be held whole may lead the next one.
+        m_pending.clear();
+        throw;
+    }
 }
 
 void CStdOutSink::Flush()

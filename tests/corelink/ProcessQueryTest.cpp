@@ -186,8 +186,21 @@ TEST(RunningProcessWatchTest, AProcessFoundOnceIsWatchedAndNotScannedForAgain)
     EXPECT_TRUE(run.watch.IsRunning());
     EXPECT_TRUE(run.watch.IsRunning());
 
-    EXPECT_EQ(1, run.processes.m_scans);
+    EXPECT_EQ(2, run.processes.m_scans); // the find, and the check that the id still names it
     EXPECT_EQ(1, run.processes.m_openWatches);
+}
+
+TEST(RunningProcessWatchTest, AnIdThatPassedToAnotherProcessBeforeTheOpeningIsNotWatched)
+{
+    Watch run;
+    run.processes.m_listAfterOpen = {{7, "explorer.exe"}, {9, "notepad.exe"}, {12, "LvEngine.exe"}};
+
+    EXPECT_TRUE(run.watch.IsRunning()); // it did run when the list was read
+    EXPECT_EQ(0, run.processes.m_openWatches);
+
+    run.processes.m_listAfterOpen.clear();
+    run.processes.m_processes = {{7, "explorer.exe"}, {9, "notepad.exe"}};
+    EXPECT_FALSE(run.watch.IsRunning());
 }
 
 TEST(RunningProcessWatchTest, WhenTheWatchedProcessExitsTheListIsScannedAgain)
@@ -201,7 +214,9 @@ TEST(RunningProcessWatchTest, WhenTheWatchedProcessExitsTheListIsScannedAgain)
 
     run.processes.m_processes = {{7, "explorer.exe"}, {12, "LvEngine.exe"}};
     EXPECT_TRUE(run.watch.IsRunning());
-    EXPECT_EQ(3, run.processes.m_scans);
+    EXPECT_EQ(5, run.processes.m_scans); // two for each process found, one for the no
+    EXPECT_TRUE(run.watch.IsRunning());
+    EXPECT_EQ(5, run.processes.m_scans);
 }
 
 TEST(RunningProcessWatchTest, ANoIsNeverRemembered)
@@ -212,7 +227,7 @@ TEST(RunningProcessWatchTest, ANoIsNeverRemembered)
     EXPECT_FALSE(run.watch.IsRunning());
     run.processes.m_processes = {{9, "LvEngine.exe"}};
     EXPECT_TRUE(run.watch.IsRunning());
-    EXPECT_EQ(2, run.processes.m_scans);
+    EXPECT_EQ(3, run.processes.m_scans);
 }
 
 TEST(RunningProcessWatchTest, AProcessThatCannotBeOpenedStillRunsAndIsLookedForEachTime)

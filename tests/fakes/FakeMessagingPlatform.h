@@ -34,6 +34,8 @@ public:
         if (!m_watchesWork)
             return 0;
         ++m_openWatches;
+        if (!m_listAfterOpen.empty())
+            m_processes = m_listAfterOpen; // the process list changes between the scan and the opening
         return processId + 1000;
     }
     bool HasExited(std::uintptr_t watch) override
@@ -60,6 +62,7 @@ public:
     int m_scans = 0;
     int m_openWatches = 0;
     bool m_watchesWork = true;
+    std::vector<NamedProcess> m_listAfterOpen;
 };
 
 class CFakeMessagingPlatform : public IMessagingPlatform

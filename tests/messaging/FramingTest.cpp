@@ -53,6 +53,18 @@ TEST(FramingTest, MemoryForABodyFollowsTheBytesThatArriveNotTheClaimedLength)
     EXPECT_LE(body.capacity(), 256u * 1024);
 }
 
+TEST(FramingTest, ALargeBodyIsTakenWholeOnceAMebibyteHasArrived)
+{
+    const std::uint32_t length = 3u * 1024 * 1024 + 5;
+    CRepeatSource source(length, 'y');
+    std::string body;
+
+    EXPECT_TRUE(ReadFrameBody(source, length, body));
+
+    EXPECT_EQ(length, body.size());
+    EXPECT_LE(body.capacity(), length + 64u);
+}
+
 TEST(FramingTest, ABodyArrivingInPiecesIsReadWhole)
 {
     std::string bytes(300 * 1024 + 7, 'a');

@@ -59,6 +59,40 @@ struct LoopRun
 };
 } // namespace
 
+namespace
+{
+// A source that runs out of memory once, on its `failingRead`-th read (from 1), and otherwise reads its bytes.
+class CFailingSource : public IByteSource
+{
+public:
+    CFailingSource(std::string bytes, int failingRead) : m_inner(std::move(bytes), 1000), m_failingRead(failingRead) {}
+
+    std::size_t Read(char* buffer, std::size_t count) override
+    {
+        if (++m_reads == m_failingRead)
+            throw std::bad_alloc();
+        return m_inner.Read(buffer, count);
+    }
+
+private:
+    CStringSource m_inner;
+    int m_failingRead;
+    int m_reads = 0;
+};
+} // namespace
+
+TEST(MessageLoopTest, ABodyThereIsNoMemoryForIsAnsweredReadPastAndTheNextFrameAnswered)
+{
+    // The header is one read; the body's first piece fails; the rest of the body must be read past, not parsed.
+    const std::string body = "{\"a\":\"" + std::string(5000, 'x') + "\"}";
+    CFailingSource input(Frame(body) + Frame("{\"n\":1}"), 2);
+
+    LoopRun run(input);
+
+    EXPECT_EQ(Frame(kInvalidJson) + Frame("echo:{\"n\":1}"), run.out.Bytes());
+    EXPECT_EQ((std::vector<std::string>{"{\"n\":1}"}), run.dispatcher.m_seen);
+}
+
 TEST(MessageLoopTest, FourZeroBytesEndTheLoopWithNoOutput)
 {
     CStringSource input(std::string(4, '\0'));

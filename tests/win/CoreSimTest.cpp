@@ -555,13 +555,13 @@ TEST_F(CoreSimTest, ARunningCoreIsWatchedWithoutScanningAgainUntilItExits)
 
     for (int i = 0; i < 5; ++i)
         EXPECT_TRUE(objects.IsProcessRunning(kCoreProcessName));
-    EXPECT_EQ(1, processes.m_scans);
+    EXPECT_EQ(2, processes.m_scans); // the find, and the check that the id still names it
 
     m_sim.Stop();
     EXPECT_FALSE(objects.IsProcessRunning(kCoreProcessName));
-    EXPECT_EQ(2, processes.m_scans);
-    EXPECT_FALSE(objects.IsProcessRunning(kCoreProcessName));
     EXPECT_EQ(3, processes.m_scans);
+    EXPECT_FALSE(objects.IsProcessRunning(kCoreProcessName));
+    EXPECT_EQ(4, processes.m_scans);
 }
 
 TEST_F(CoreSimTest, InitialisesTheBlockItCreates)
