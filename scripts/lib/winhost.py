@@ -9,6 +9,7 @@ import select
 import shutil
 import struct
 import subprocess
+import sys
 import tempfile
 import threading
 import time
@@ -55,9 +56,16 @@ class WinePrefix:
         self.env.setdefault("WINEDEBUG", "-all")
         self.env.setdefault("WINEDLLOVERRIDES", "mscoree,mshtml=")
         self.env["LC_ALL"] = self.env.get("LVBHO_TEST_LC_ALL", "en_US.UTF-8")
+        # Where the prefix's wineserver writes: protocol errors and processes it had to kill.
+        if existing:
+            self.server_log = Path(os.environ["LVBHO_WINESERVER_LOG"]) if "LVBHO_WINESERVER_LOG" in os.environ else None
+        else:
+            self.server_log = Path(self._root) / "wineserver.log"
         if self._root:
             self.path.mkdir(parents=True)
-            self._quiet(["wineserver", "-p"])
+            with open(self.server_log, "ab") as log:
+                subprocess.run(["wineserver", "-p"], env=self.env, stdin=subprocess.DEVNULL,
+                               stdout=subprocess.DEVNULL, stderr=log)
             self._quiet(["wine", "wineboot"])
 
     def _quiet(self, args, env=None):
@@ -70,6 +78,23 @@ class WinePrefix:
             self._quiet(["wineserver", "-w"])
             shutil.rmtree(self._root, ignore_errors=True)
             self._root = None
+
+    def server_log_tail(self, lines=40):
+        """The last lines the prefix's wineserver wrote, or "" (nothing written, or no log kept)."""
+        if not self.server_log or not self.server_log.exists():
+            return ""
+        return "\n".join(self.server_log.read_text(errors="replace").splitlines()[-lines:])
+
+    def explain_exit(self, code, stderr=b""):
+        """Text for a test failure on a host's unexpected exit code: what Wine printed for the process and what
+        the wineserver reported."""
+        text = "the process exited with %d" % code
+        if stderr:
+            text += "; its stderr ends with:\n" + stderr[-4000:].decode("utf-8", "replace")
+        server = self.server_log_tail()
+        if server:
+            text += "\nthe wineserver wrote:\n" + server
+        return text
 
     def __enter__(self):
         return self
@@ -207,6 +232,49 @@ def run_host(prefix, exe, stdin_bytes=b"", args=(), timeout=60, close_stdin=True
     return HostRun(b"".join(out), b"".join(err), process.returncode)
 
 
+def start_host(prefix, exe, args=(), **popen_args):
+    """Starts `exe` under Wine with stdin and stdout piped. What Wine prints for it is kept in a file of its own,
+    shown by `wait_host` when the process ends with anything but 0."""
+    stderr = tempfile.TemporaryFile()
+    try:
+        process = subprocess.Popen(["wine", str(exe), *args], env=popen_args.pop("env", prefix.env),
+                                   stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=stderr, bufsize=0,
+                                   **popen_args)
+    except BaseException:
+        stderr.close()
+        raise
+    process.wine_prefix = prefix
+    process.wine_stderr = stderr
+    return process
+
+
+def wait_host(process, timeout=30):
+    """Waits for the end of a Wine process and returns its exit code. For one from `start_host`, anything but 0 is
+    explained on stderr: what Wine printed for the process and what the prefix's wineserver reported."""
+    code = process.wait(timeout=timeout)
+    stderr = getattr(process, "wine_stderr", None)
+    if stderr and not stderr.closed:
+        if code != 0:
+            stderr.seek(0)
+            sys.stderr.write("%s: %s\n" % (Path(process.args[1]).name,
+                                            process.wine_prefix.explain_exit(code, stderr.read())))
+        stderr.close()
+    return code
+
+
+def discard_host(process):
+    """Test clean-up for a process from `start_host`: killed if it still runs, its pipes and its file closed."""
+    if process.poll() is None:
+        process.kill()
+        process.wait()
+    for stream in (process.stdin, process.stdout, process.wine_stderr):
+        if stream and not stream.closed:
+            try:
+                stream.close()
+            except BrokenPipeError:
+                pass
+
+
 class HostSession:
     """An interactive host: one request written, one answer read, as a browser port does.
 
@@ -217,9 +285,7 @@ class HostSession:
         run_env = dict(prefix.env)
         run_env.update(env or {})
         pin = (lambda: os.sched_setaffinity(0, cpus)) if cpus else None
-        self.process = subprocess.Popen(["wine", str(exe), *args], env=run_env, stdin=subprocess.PIPE,
-                                        stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, preexec_fn=pin,
-                                        bufsize=0)
+        self.process = start_host(prefix, exe, args, env=run_env, preexec_fn=pin)
 
     def send(self, body):
         self.process.stdin.write(frame(body))
@@ -260,7 +326,7 @@ class HostSession:
             self.process.stdin.close()
         except BrokenPipeError:
             pass
-        code = self.process.wait(timeout=timeout)
+        code = wait_host(self.process, timeout)
         self.process.stdout.close()
         return code
 
@@ -278,13 +344,16 @@ class SimCore:
         if self.log_path.exists():
             self.log_path.unlink()
         log_args = ["--log", "C:\\" + log_name] if log_name else []
+        # What it (or Wine) prints on stderr explains a start that failed.
+        self._stderr = tempfile.TemporaryFile()
         self.process = subprocess.Popen(["wine", str(exe), *log_args, *args], env=prefix.env,
-                                        stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
+                                        stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=self._stderr,
                                         bufsize=0)
         ready = self._line(timeout)
         if not ready.startswith("ready "):
-            self.stop()
-            raise RuntimeError(f"the stand-in core did not start: {ready!r}")
+            code = self.stop()
+            raise RuntimeError(f"the stand-in core did not start: {ready!r}; "
+                               + prefix.explain_exit(code, self.stderr))
         _, pid, window = ready.split()[:3]
         self.pid = int(pid)
         self.window = int(window)
@@ -322,6 +391,10 @@ class SimCore:
                 self.process.kill()
                 self.process.wait()
         self.process.stdout.close()
+        if not self._stderr.closed:
+            self._stderr.seek(0)
+            self.stderr = self._stderr.read()
+            self._stderr.close()
         return self.process.returncode
 
     def __enter__(self):
@@ -355,7 +428,7 @@ class HostConversation:
 
     def end(self):
         self.host.stdin.close()
-        self.assertEqual(0, self.host.wait(timeout=30))
+        self.assertEqual(0, wait_host(self.host))
 
     def wait_for(self, condition, timeout=10):
         deadline = time.monotonic() + timeout

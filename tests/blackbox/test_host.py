@@ -5,9 +5,7 @@ Uses the scratch prefix of scripts/with-wine-prefix when run inside it (as ctest
 """
 
 import json
-import os
 import struct
-import subprocess
 import sys
 import time
 import unittest
@@ -334,10 +332,8 @@ class CoreTest(unittest.TestCase):
         self.addCleanup(self.core.stop)
 
     def host(self):
-        process = subprocess.Popen(["wine", str(EXE)], env=PREFIX.env, stdin=subprocess.PIPE,
-                                   stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, bufsize=0)
-        self.addCleanup(process.stdout.close)
-        self.addCleanup(lambda: process.poll() is None and process.kill())
+        process = winhost.start_host(PREFIX, EXE)
+        self.addCleanup(winhost.discard_host, process)
         return process
 
     def ask(self, process, request):
@@ -347,7 +343,7 @@ class CoreTest(unittest.TestCase):
 
     def close(self, process):
         process.stdin.close()
-        return process.wait(timeout=30)
+        return winhost.wait_host(process)
 
     def test_identify_for_chrome_answers_the_product_information(self):
         host = self.host()
@@ -464,10 +460,8 @@ class CoreSession(winhost.HostConversation, unittest.TestCase):
     def setUp(self):
         self.core = winhost.SimCore(PREFIX, SIM, args=self.core_args)
         self.addCleanup(self.core.stop)
-        self.host = subprocess.Popen(["wine", str(EXE)], env=PREFIX.env, stdin=subprocess.PIPE,
-                                     stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, bufsize=0)
-        self.addCleanup(self.host.stdout.close)
-        self.addCleanup(lambda: self.host.poll() is None and self.host.kill())
+        self.host = winhost.start_host(PREFIX, EXE)
+        self.addCleanup(winhost.discard_host, self.host)
         self.next_id = 0
 
 

@@ -79,11 +79,8 @@ class PromptCase(winhost.HostConversation, unittest.TestCase):
         self.addCleanup(self.core.stop)
         self.browser = StubBrowser(self.stub)
         self.addCleanup(self.browser.stop)
-        self.host = subprocess.Popen(["wine", str(EXE), "C:\\Browser\\lvbho.json", "EdHalo_ffext@lvbho"],
-                                     env=PREFIX.env, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                                     stderr=subprocess.DEVNULL, bufsize=0)
-        self.addCleanup(self.host.stdout.close)
-        self.addCleanup(lambda: self.host.poll() is None and self.host.kill())
+        self.host = winhost.start_host(PREFIX, EXE, ["C:\\Browser\\lvbho.json", "EdHalo_ffext@lvbho"])
+        self.addCleanup(winhost.discard_host, self.host)
         identify = self.ask({"command": "Identify", "name": "firefox"})
         self.assertEqual(0, identify["CommandError"])
         self.assertEqual("1", self.browser.command("foreground"))
@@ -377,10 +374,8 @@ class ChromeTest(unittest.TestCase):
         PREFIX.install_product()
         browser = StubBrowser(STUB, "Chrome_WidgetWin_1")
         self.addCleanup(browser.stop)
-        host = subprocess.Popen(["wine", str(EXE), "chrome-extension://dgldcbgpnkooljhfhcjpkojcdnfkepnb/"],
-                                env=PREFIX.env, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                                stderr=subprocess.DEVNULL, bufsize=0)
-        self.addCleanup(host.stdout.close)
+        host = winhost.start_host(PREFIX, EXE, ["chrome-extension://dgldcbgpnkooljhfhcjpkojcdnfkepnb/"])
+        self.addCleanup(winhost.discard_host, host)
         for request in ({"command": "Identify", "name": "chrome", "id": 1},
                         {"command": "ShowPrompt", "pagenum": 1, "domain": "a.com", "id": 2}):
             host.stdin.write(winhost.frame(json.dumps(request)))
@@ -391,7 +386,7 @@ class ChromeTest(unittest.TestCase):
         with self.assertRaises(TimeoutError):
             winhost.receive_frame(host, timeout=1)
         host.stdin.close()
-        self.assertEqual(0, host.wait(timeout=30))
+        self.assertEqual(0, winhost.wait_host(host))
 
         self.assertEqual(0, identify["CommandError"])
         self.assertEqual((3, -1), (show["CommandError"], show["id"]))

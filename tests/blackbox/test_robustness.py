@@ -8,7 +8,6 @@ Run: python3 tests/blackbox/test_robustness.py --exe build/mingw-release/bin/LVB
 """
 
 import json
-import subprocess
 import sys
 import threading
 import time
@@ -34,11 +33,6 @@ ALWAYS_READ = {
 }
 # Everything the host holds beyond its idle size must stay below this, whatever it is sent.
 MEMORY_BOUND_KIB = 256 * 1024
-
-
-def host_process(args=()):
-    return subprocess.Popen(["wine", str(EXE), *args], env=PREFIX.env, stdin=subprocess.PIPE,
-                            stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, bufsize=0)
 
 
 def peak_kib(process):
@@ -75,9 +69,8 @@ class RobustnessCase(winhost.HostConversation, unittest.TestCase):
         self.unsolicited = []
 
     def start_host(self, args=()):
-        host = host_process(args)
-        self.addCleanup(host.stdout.close)
-        self.addCleanup(lambda: host.poll() is None and (host.kill(), host.wait()))
+        host = winhost.start_host(PREFIX, EXE, args)
+        self.addCleanup(winhost.discard_host, host)
         return host
 
     def ask_raw(self, members):
@@ -198,7 +191,7 @@ class ChannelFaultTest(RobustnessCase):
         self.host.stdin.write(data)
         self.host.stdin.flush()
         self.host.stdin.close()
-        code = self.host.wait(timeout=30)
+        code = winhost.wait_host(self.host)
         return code, time.monotonic() - started
 
     def test_stdin_closed_in_the_middle_of_a_body_ends_the_host_within_a_second(self):
@@ -294,7 +287,7 @@ class CoreFaultTest(RobustnessCase):
                 self.assert_still_answers()
         for host in (first, second):
             host.stdin.close()
-            self.assertEqual(0, host.wait(timeout=30))
+            self.assertEqual(0, winhost.wait_host(host))
 
     def test_ten_thousand_fills_pushed_while_ten_thousand_requests_run_leave_every_frame_whole(self):
         self.assertEqual("ok", self.core.command("set hold 0"))
