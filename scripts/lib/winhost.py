@@ -418,7 +418,10 @@ class HostConversation:
         return self.next_id
 
     def receive(self, timeout=30):
-        return json.loads(receive_frame(self.host, timeout=timeout))
+        body = receive_frame(self.host, timeout=timeout)
+        if body is None:
+            self.fail("the host closed its output without answering; exit code %d" % wait_host(self.host))
+        return json.loads(body)
 
     def ask(self, request):
         request_id = self.send(request)

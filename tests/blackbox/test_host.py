@@ -339,7 +339,10 @@ class CoreTest(unittest.TestCase):
     def ask(self, process, request):
         process.stdin.write(frame(json.dumps(request, separators=(",", ":"))))
         process.stdin.flush()
-        return winhost.receive_frame(process, timeout=30)
+        answer = winhost.receive_frame(process, timeout=30)
+        if answer is None:
+            self.fail("the host closed its output without answering; exit code %d" % winhost.wait_host(process))
+        return answer
 
     def close(self, process):
         process.stdin.close()
