@@ -167,6 +167,71 @@ class WinePrefix:
         self.reg("delete", PRODUCT_KEY, "/f")
 
 
+# Now and then, under load and right after another Wine process of the prefix has ended, Wine fails to start a
+# process at all: the loader's first exchanges with the wineserver fail and the process ends with exit code 1
+# before any of the program's code has run (seen in CI with reg.exe and with the host). Such a start is made
+# again; every other outcome, a program that ran and failed included, stands as it is.
+START_ATTEMPTS = 3
+
+
+def _started_by_wine(process, exe, timeout=30):
+    """Whether Wine got as far as running `exe`: the loader names the process after the program once its start-up
+    with the wineserver is done. Waits for that name or for the end of the process, without reaping it, so that a
+    program that ran and ended at once still counts as started."""
+    name = Path(exe).name[:15]
+    comm = f"/proc/{process.pid}/comm"
+    deadline = time.monotonic() + timeout
+    while time.monotonic() < deadline:
+        try:
+            with open(comm) as f:
+                if f.read().strip() == name:
+                    return True
+        except OSError:
+            return True  # no longer visible: leave the verdict to the caller's own checks
+        try:
+            ended = os.waitid(os.P_PID, process.pid, os.WEXITED | os.WNOHANG | os.WNOWAIT)
+        except ChildProcessError:
+            return True
+        if ended is not None:
+            try:
+                with open(comm) as f:
+                    if f.read().strip() == name:
+                        return True
+            except OSError:
+                return True
+            return ended.si_status == 0
+        time.sleep(0.002)
+    return True
+
+
+def _popen_started(args, exe, stderr_sink, **popen_args):
+    """subprocess.Popen of a Wine command line, made again (up to START_ATTEMPTS times) when Wine failed to start
+    the program. `stderr_sink()` gives the stderr target of each attempt; a failed attempt's stderr, when it is a
+    file, is shown with the report."""
+    for attempt in range(1, START_ATTEMPTS + 1):
+        stderr = stderr_sink()
+        process = subprocess.Popen(args, stderr=stderr, **popen_args)
+        if attempt == START_ATTEMPTS or _started_by_wine(process, exe):
+            return process, stderr
+        code = process.wait()
+        said = b""
+        if hasattr(stderr, "seek"):
+            stderr.seek(0)
+            said = stderr.read()[-2000:]
+            stderr.close()
+        elif process.stderr:
+            # Only what is there already: a process Wine started from this one could hold the pipe open.
+            os.set_blocking(process.stderr.fileno(), False)
+            said = (process.stderr.read() or b"")[-2000:]
+        for stream in (process.stdin, process.stdout, process.stderr):
+            if stream:
+                stream.close()
+        sys.stderr.write("winhost: Wine did not start %s (exit code %d%s); starting it again\n"
+                         % (Path(exe).name, code, "; it said: " + said.decode("utf-8", "replace").strip()
+                            if said.strip() else ""))
+    raise AssertionError("unreachable")
+
+
 class HostRun:
     def __init__(self, stdout, stderr, returncode):
         self.stdout = stdout
@@ -187,8 +252,8 @@ def run_host(prefix, exe, stdin_bytes=b"", args=(), timeout=60, close_stdin=True
     """
     run_env = dict(prefix.env)
     run_env.update(env or {})
-    process = subprocess.Popen(["wine", str(exe), *args], env=run_env, stdin=subprocess.PIPE,
-                               stdout=subprocess.PIPE, stderr=subprocess.PIPE, cwd=cwd)
+    process, _ = _popen_started(["wine", str(exe), *args], exe, lambda: subprocess.PIPE, env=run_env,
+                                stdin=subprocess.PIPE, stdout=subprocess.PIPE, cwd=cwd)
     out, err = [], []
 
     def pump(stream, sink):
@@ -235,14 +300,9 @@ def run_host(prefix, exe, stdin_bytes=b"", args=(), timeout=60, close_stdin=True
 def start_host(prefix, exe, args=(), **popen_args):
     """Starts `exe` under Wine with stdin and stdout piped. What Wine prints for it is kept in a file of its own,
     shown by `wait_host` when the process ends with anything but 0."""
-    stderr = tempfile.TemporaryFile()
-    try:
-        process = subprocess.Popen(["wine", str(exe), *args], env=popen_args.pop("env", prefix.env),
-                                   stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=stderr, bufsize=0,
-                                   **popen_args)
-    except BaseException:
-        stderr.close()
-        raise
+    process, stderr = _popen_started(["wine", str(exe), *args], exe, tempfile.TemporaryFile,
+                                     env=popen_args.pop("env", prefix.env), stdin=subprocess.PIPE,
+                                     stdout=subprocess.PIPE, bufsize=0, **popen_args)
     process.wine_prefix = prefix
     process.wine_stderr = stderr
     return process
@@ -345,10 +405,9 @@ class SimCore:
             self.log_path.unlink()
         log_args = ["--log", "C:\\" + log_name] if log_name else []
         # What it (or Wine) prints on stderr explains a start that failed.
-        self._stderr = tempfile.TemporaryFile()
-        self.process = subprocess.Popen(["wine", str(exe), *log_args, *args], env=prefix.env,
-                                        stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=self._stderr,
-                                        bufsize=0)
+        self.process, self._stderr = _popen_started(["wine", str(exe), *log_args, *args], exe,
+                                                    tempfile.TemporaryFile, env=prefix.env, stdin=subprocess.PIPE,
+                                                    stdout=subprocess.PIPE, bufsize=0)
         ready = self._line(timeout)
         if not ready.startswith("ready "):
             code = self.stop()
