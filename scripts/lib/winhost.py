@@ -169,8 +169,9 @@ class WinePrefix:
 
 # Now and then, under load and right after another Wine process of the prefix has ended, Wine fails to start a
 # process at all: the loader's first exchanges with the wineserver fail and the process ends with exit code 1
-# before any of the program's code has run (seen in CI with reg.exe and with the host). Such a start is made
-# again; every other outcome, a program that ran and failed included, stands as it is.
+# before any of the program's code has run (seen in CI with reg.exe; a host that ended with 1 without answering
+# fits the same pattern). Such a start is made again; every other outcome, a program that ran and failed
+# included, stands as it is.
 START_ATTEMPTS = 3
 
 
@@ -179,27 +180,24 @@ def _started_by_wine(process, exe, timeout=30):
     with the wineserver is done. Waits for that name or for the end of the process, without reaping it, so that a
     program that ran and ended at once still counts as started."""
     name = Path(exe).name[:15]
-    comm = f"/proc/{process.pid}/comm"
+
+    def named():
+        try:
+            with open(f"/proc/{process.pid}/comm") as comm:
+                return comm.read().strip() == name
+        except OSError:
+            return True  # no longer visible: the caller's own checks decide
+
     deadline = time.monotonic() + timeout
     while time.monotonic() < deadline:
-        try:
-            with open(comm) as f:
-                if f.read().strip() == name:
-                    return True
-        except OSError:
-            return True  # no longer visible: leave the verdict to the caller's own checks
+        if named():
+            return True
         try:
             ended = os.waitid(os.P_PID, process.pid, os.WEXITED | os.WNOHANG | os.WNOWAIT)
         except ChildProcessError:
             return True
         if ended is not None:
-            try:
-                with open(comm) as f:
-                    if f.read().strip() == name:
-                        return True
-            except OSError:
-                return True
-            return ended.si_status == 0
+            return named() or ended.si_status == 0
         time.sleep(0.002)
     return True
 

@@ -4,6 +4,8 @@
 Uses the scratch prefix of scripts/with-wine-prefix when run inside it (as ctest is by make test), else a fresh one.
 """
 
+import contextlib
+import io
 import json
 import struct
 import sys
@@ -318,6 +320,39 @@ class DebugLogTest(unittest.TestCase):
 
         self.assertIn(b"MainHandler command - ", result.stderr)
         self.assertIn(b"WriteResponse exit", result.stderr)
+
+
+class HarnessTest(unittest.TestCase):
+    """The harness starts again only what Wine never started; a program that ran stands as it ended."""
+
+    @classmethod
+    def setUpClass(cls):
+        PREFIX.install_product()
+
+    def run_quietly(self, exe, stdin_bytes=b"", args=()):
+        said = io.StringIO()
+        with contextlib.redirect_stderr(said):
+            result = winhost.run_host(PREFIX, exe, stdin_bytes, args)
+        return result, said.getvalue()
+
+    def test_a_program_wine_cannot_start_is_tried_three_times_and_its_failure_stands(self):
+        result, said = self.run_quietly(PREFIX.drive_c / "no-such-program.exe")
+
+        self.assertNotEqual(0, result.returncode)
+        self.assertEqual(winhost.START_ATTEMPTS - 1, said.count("Wine did not start no-such-program.exe"), said)
+
+    def test_a_program_that_ran_and_failed_is_not_started_again(self):
+        result, said = self.run_quietly(SIM, args=["--no-such-option"])
+
+        self.assertEqual(2, result.returncode)
+        self.assertIn(b"no-such-option", result.stderr)
+        self.assertNotIn("Wine did not start", said)
+
+    def test_a_program_that_ended_at_once_counts_as_started(self):
+        result, said = self.run_quietly(EXE)
+
+        self.assertEqual((0, b""), (result.returncode, result.stdout))
+        self.assertNotIn("Wine did not start", said)
 
 
 class CoreTest(unittest.TestCase):
