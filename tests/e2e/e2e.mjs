@@ -3,6 +3,10 @@
 // talks over a native messaging port to LVBHOHost.exe under Wine, with SimLvEngine.exe as the core.
 //
 //   node e2e.mjs --exe LVBHOHost.exe --sim SimLvEngine.exe [--browser chromium|firefox|all] [--keep]
+//   node e2e.mjs --msi LVBHOHost-<version>-win64.msi --sim SimLvEngine.exe [...]
+//
+// With --exe the host is copied into the simulated installation and registered with -RegisterNativeApp, as the
+// product's installer does; with --msi the release's MSI installs and registers it (msiexec /i ... /qn).
 //
 // Environment: CHROMIUM (default /usr/bin/chromium), FIREFOX (/usr/bin/firefox-esr), WINE (wine), WINESERVER
 // (wineserver), LVBHO_E2E_TIMEOUT_S (watchdog, default 600).
@@ -33,7 +37,7 @@ const SKIP_LIST_KEY = "HKEY_CURRENT_USER\\SOFTWARE\\Kavrin\\Lumivar\\SkipListFor
 
 // ---------------------------------------------------------------- options
 function parseArgs(argv) {
-  const o = { exe: null, sim: null, browser: "all", keep: false };
+  const o = { exe: null, msi: null, sim: null, browser: "all", keep: false };
   for (let i = 0; i < argv.length; i++) {
     const a = argv[i];
     const val = () => {
@@ -41,15 +45,16 @@ function parseArgs(argv) {
       return argv[++i];
     };
     if (a === "--exe") o.exe = path.resolve(val());
+    else if (a === "--msi") o.msi = path.resolve(val());
     else if (a === "--sim") o.sim = path.resolve(val());
     else if (a === "--browser") o.browser = val();
     else if (a === "--keep") o.keep = true;
     else if (a === "-h" || a === "--help") {
-      console.log(fs.readFileSync(fileURLToPath(import.meta.url), "utf8").split("\n").slice(1, 15).join("\n"));
+      console.log(fs.readFileSync(fileURLToPath(import.meta.url), "utf8").split("\n").slice(1, 19).join("\n"));
       process.exit(0);
     } else throw new Error(`unknown argument ${a}`);
   }
-  if (!o.exe || !o.sim) throw new Error("--exe and --sim are required");
+  if (!o.exe === !o.msi || !o.sim) throw new Error("--sim and one of --exe and --msi are required");
   if (!["chromium", "firefox", "all"].includes(o.browser)) throw new Error("--browser must be chromium, firefox or all");
   return o;
 }
@@ -217,11 +222,8 @@ function prepareWine() {
   run(WINE, ["wineboot", "-i"]);
   log(`created the Wine prefix in ${Date.now() - t} ms`);
 
-  // A simulated installation: the product key and the host in the installation folder.
+  // A simulated installation of the product: its key and its folder.
   fs.mkdirSync(installDir, { recursive: true });
-  fs.copyFileSync(opts.exe, hostExe);
-  // The dialog library the host loads from beside it.
-  fs.copyFileSync(path.join(path.dirname(opts.exe), "LVUI.dll"), path.join(installDir, "LVUI.dll"));
   const esc = (s) => s.replace(/\\/g, "\\\\");
   const reg = [
     "REGEDIT4", "",
@@ -235,8 +237,21 @@ function prepareWine() {
   fs.writeFileSync(regFile, reg, "latin1");
   run(WINE, ["regedit", "/S", regFile]);
 
-  // The host registers itself as the installer runs it: it writes its manifests into its working folder.
   t = Date.now();
+  if (opts.msi) {
+    // The release's installer puts the host into the product's folder and registers it from there.
+    fs.copyFileSync(opts.msi, path.join(prefix, "drive_c", "host.msi"));
+    const status = run(WINE, ["msiexec", "/i", "C:\\host.msi", "/qn"], { allowFail: true });
+    const installed = ["LVBHOHost.exe", "LVUI.dll", `${CHROME_HOST}-win.json`, `${FIREFOX_HOST}-win.json`]
+      .filter((name) => fs.existsSync(path.join(installDir, name)));
+    check("msiexec /i installs the host and its manifests", status === 0 && installed.length === 4,
+      `exit code ${status}, ${installed.join(", ")}, ${Date.now() - t} ms`);
+    return;
+  }
+  fs.copyFileSync(opts.exe, hostExe);
+  // The dialog library the host loads from beside it.
+  fs.copyFileSync(path.join(path.dirname(opts.exe), "LVUI.dll"), path.join(installDir, "LVUI.dll"));
+  // The host registers itself as the installer runs it: it writes its manifests into its working folder.
   const status = run(WINE, [hostExe, "-RegisterNativeApp"], { cwd: installDir, allowFail: true });
   check("LVBHOHost.exe -RegisterNativeApp", status === 0, `exit code ${status}, ${Date.now() - t} ms`);
 }
@@ -563,7 +578,7 @@ async function testFirefox(url) {
 // ---------------------------------------------------------------- main
 async function main() {
   log(`work directory ${work}`);
-  for (const [name, file] of [["LVBHOHost.exe", opts.exe], ["SimLvEngine.exe", opts.sim]]) {
+  for (const [name, file] of [[opts.msi ? "the MSI" : "LVBHOHost.exe", opts.msi || opts.exe], ["SimLvEngine.exe", opts.sim]]) {
     if (!fs.existsSync(file)) throw new Error(`${name} not found at ${file}`);
   }
   installLauncher();
