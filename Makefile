@@ -1,7 +1,7 @@
 # The front door. `make demo` and `make test` work on a fresh machine: both install what they need first.
 
 .PHONY: all bootstrap build build-linux build-mingw build-fuzz build-tools test test-linux test-wine test-fuzz e2e fuzz demo \
-	bench clean
+	bench dist test-release clean
 
 all: build
 
@@ -19,7 +19,7 @@ build-mingw:
 	@cmake --preset mingw-release >/dev/null
 	@cmake --build --preset mingw-release
 
-test: build test-linux test-fuzz test-wine e2e
+test: build test-linux test-fuzz test-wine e2e test-release
 
 test-linux:
 	ctest --preset linux-debug
@@ -46,6 +46,20 @@ test-wine:
 e2e: bootstrap build-mingw
 	scripts/run-e2e build/mingw-release
 
+# The release in dist/: the zip, the MSI, the symbols and SHA256SUMS (scripts/make-dist; signed when
+# LVBHO_SIGN_PKCS12 and LVBHO_SIGN_PASSWORD_FILE name a certificate and its password).
+dist: bootstrap
+	@scripts/make-dist
+
+# The release as shipped: byte-identical when built again elsewhere, signed and verified with a throwaway
+# certificate, installed, read back, upgraded, repaired and removed under Wine, and both browsers through the
+# host the MSI installed.
+test-release: dist build-mingw
+	scripts/check-reproducible
+	scripts/with-wine-prefix python3 tests/release/test_release.py --dist dist \
+		--probe build/mingw-release/bin/FileInfoProbe.exe --fakegpo build/mingw-release/bin/FakeGpo.dll
+	scripts/run-e2e build/mingw-release --msi dist/LVBHOHost-*-win64.msi
+
 # The portable tools, natively: the demo drives the host with the client and reads its log with the decoder.
 build-tools:
 	@cmake --preset linux-debug >/dev/null
@@ -65,4 +79,4 @@ bench: bootstrap build-mingw
 	@xvfb-run -a -s "-screen 0 1920x1080x24" python3 bench/run_bench.py --build build/mingw-release
 
 clean:
-	rm -rf build
+	rm -rf build dist
