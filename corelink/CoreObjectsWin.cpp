@@ -3,7 +3,7 @@
 #include "corelink/MessagePumpWin.h"
 #include "corelink/SecurityWin.h"
 
-int CCoreObjectsWin::InitSharedMemory()
+int CCoreObjectsWin::InitSharedMemory(ICoreLink& link)
 {
     CloseSharedMemory();
     SECURITY_ATTRIBUTES attributes{};
@@ -43,6 +43,8 @@ int CCoreObjectsWin::InitSharedMemory()
         SetLowIntegrityLabel(m_mapping.Get(), SE_KERNEL_OBJECT);
         for (const CHandle& handle : m_events)
             SetLowIntegrityLabel(handle.Get(), SE_KERNEL_OBJECT);
+        // Only the process that made the block initialises it; later openers find it as it stands.
+        link.ResetSharedData();
     }
     m_wakeUpMessage = ::RegisterWindowMessageA(kMsgCoreWakeUp);
     if (m_log.Enabled(52))

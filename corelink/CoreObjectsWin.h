@@ -3,6 +3,7 @@
 // made by whichever process of the session comes first and opened as they stand by the others.
 
 #include "config/DebugLog.h"
+#include "corelink/ICoreLink.h"
 #include "corelink/ICoreObjects.h"
 #include "corelink/ProcessQuery.h"
 #include "framework/Unique.h"
@@ -18,8 +19,9 @@ public:
     ~CCoreObjectsWin() override { CloseSharedMemory(); }
 
     // 1 on success, 0 on any failure, after closing whatever was already made. A process that creates the mapping
-    // labels the objects low-integrity; CreatedMapping() then tells the caller to initialise the block.
-    [[nodiscard]] int InitSharedMemory();
+    // labels the objects low-integrity and has `link` initialise the block (ResetSharedData, under the block
+    // mutex), before the core's wake-up message is registered and the "InitSharedMemory" line is logged.
+    [[nodiscard]] int InitSharedMemory(ICoreLink& link);
     bool CreatedMapping() const noexcept { return m_createdMapping; }
     // View, mapping, the events in the order C, A, B, D, complete, E, denied, granted, acknowledge, then the mutex.
     void CloseSharedMemory() noexcept;

@@ -19,12 +19,7 @@ bool CMessagingPlatformWin::InitSecurityAttributes()
 
 bool CMessagingPlatformWin::InitSharedMemory()
 {
-    if (!m_objects.InitSharedMemory())
-        return false;
-    // Only the process that made the block initialises it; later openers find it as it stands.
-    if (m_objects.CreatedMapping())
-        m_link.ResetSharedData();
-    return true;
+    return m_objects.InitSharedMemory(m_link) == 1;
 }
 
 ICommandHandler* CMessagingPlatformWin::StartUiThread(IJsonMessage& request, CResponseWriter& writer,

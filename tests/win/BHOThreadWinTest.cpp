@@ -61,7 +61,7 @@ struct UiThread
 {
     UiThread()
     {
-        started = objects.InitSharedMemory() == 1 && thread.Start(request, writer);
+        started = objects.InitSharedMemory(link) == 1 && thread.Start(request, writer);
     }
     ~UiThread() { thread.Stop(); }
 

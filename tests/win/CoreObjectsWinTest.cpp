@@ -5,11 +5,14 @@
 #include "config/MemoryRegistry.h"
 #include "host/MessagingPlatformWin.h"
 #include "tests/fakes/FakeLogSink.h"
+#include "tests/fakes/FakeMessagingPlatform.h"
 
 #include <gtest/gtest.h>
 #include <windows.h>
 
 #include <cstring>
+#include <string>
+#include <vector>
 
 namespace
 {
@@ -27,7 +30,7 @@ TEST(CoreObjectsWinTest, TheFirstOpenerCreatesTheBlockWithTheCompleteEventSet)
 {
     Objects first;
 
-    ASSERT_EQ(1, first.objects.InitSharedMemory());
+    ASSERT_EQ(1, first.objects.InitSharedMemory(first.link));
 
     EXPECT_TRUE(first.objects.CreatedMapping());
     ASSERT_NE(nullptr, first.objects.Block());
@@ -39,12 +42,12 @@ TEST(CoreObjectsWinTest, TheFirstOpenerCreatesTheBlockWithTheCompleteEventSet)
 TEST(CoreObjectsWinTest, ASecondOpenerFindsTheBlockAsItStands)
 {
     Objects first;
-    ASSERT_EQ(1, first.objects.InitSharedMemory());
+    ASSERT_EQ(1, first.objects.InitSharedMemory(first.link));
     first.link.ResetSharedData();
     std::strcpy(first.objects.Block()->requestKey, "EXAMPLE.COM::pwd");
     Objects second;
 
-    ASSERT_EQ(1, second.objects.InitSharedMemory());
+    ASSERT_EQ(1, second.objects.InitSharedMemory(second.link));
 
     EXPECT_FALSE(second.objects.CreatedMapping());
     EXPECT_STREQ("EXAMPLE.COM::pwd", second.objects.Block()->requestKey);
@@ -54,9 +57,9 @@ TEST(CoreObjectsWinTest, ASecondOpenerFindsTheBlockAsItStands)
 TEST(CoreObjectsWinTest, TheEventsAreSharedByName)
 {
     Objects first;
-    ASSERT_EQ(1, first.objects.InitSharedMemory());
+    ASSERT_EQ(1, first.objects.InitSharedMemory(first.link));
     Objects second;
-    ASSERT_EQ(1, second.objects.InitSharedMemory());
+    ASSERT_EQ(1, second.objects.InitSharedMemory(second.link));
 
     first.objects.SetEvent(CoreEvent::RequestB);
 
@@ -67,7 +70,7 @@ TEST(CoreObjectsWinTest, TheEventsAreSharedByName)
 TEST(CoreObjectsWinTest, ClosingNullsEveryHandle)
 {
     Objects first;
-    ASSERT_EQ(1, first.objects.InitSharedMemory());
+    ASSERT_EQ(1, first.objects.InitSharedMemory(first.link));
 
     first.objects.CloseSharedMemory();
 
@@ -79,7 +82,7 @@ TEST(CoreObjectsWinTest, ClosingNullsEveryHandle)
 TEST(CoreObjectsWinTest, WithNoCoreProcessARequestFailsAtOnceAndTouchesNoEvent)
 {
     Objects host;
-    ASSERT_EQ(1, host.objects.InitSharedMemory());
+    ASSERT_EQ(1, host.objects.InitSharedMemory(host.link));
     ASSERT_EQ(0u, host.processes.FindProcessByName(kCoreProcessName)) << "a core process runs in this prefix";
     const DWORD start = ::GetTickCount();
 
@@ -93,7 +96,7 @@ TEST(CoreObjectsWinTest, WithNoCoreProcessARequestFailsAtOnceAndTouchesNoEvent)
 TEST(CoreObjectsWinTest, WithNoCoreWindowTheValidationFailsAtOnce)
 {
     Objects host;
-    ASSERT_EQ(1, host.objects.InitSharedMemory());
+    ASSERT_EQ(1, host.objects.InitSharedMemory(host.link));
 
     EXPECT_EQ(0, host.link.ValidateUser());
 }
@@ -106,7 +109,7 @@ TEST(CoreObjectsWinTest, OnlyTheHostThatMadeTheBlockInitialisesIt)
     CMessagingPlatformWin first(registry, log);
     ASSERT_TRUE(first.InitSharedMemory());
     Objects reader;
-    ASSERT_EQ(1, reader.objects.InitSharedMemory());
+    ASSERT_EQ(1, reader.objects.InitSharedMemory(reader.link));
     ASSERT_EQ(1u, reader.objects.Block()->requestCode); // initialised by the first host
     std::strcpy(reader.objects.Block()->requestKey, "LEFT.BY::core");
     reader.objects.Block()->requestCode = 8;
@@ -118,4 +121,34 @@ TEST(CoreObjectsWinTest, OnlyTheHostThatMadeTheBlockInitialisesIt)
     EXPECT_EQ(8u, reader.objects.Block()->requestCode);
     second.CloseSharedMemory();
     first.CloseSharedMemory();
+}
+
+TEST(CoreObjectsWinTest, TheMakerResetsTheBlockBeforeItRegistersTheWakeUpAndLogs)
+{
+    CMemoryRegistry registry;
+    registry.SetString("HKLM\\SOFTWARE\\Kavrin\\Lumivar", "lvDebugSupport", "win_tests;52");
+    CFakeLogSink sink;
+    sink.m_exeName = "win_tests.exe";
+    CDebugLog log(sink);
+    ASSERT_EQ(1, log.Open(registry, "win_tests"));
+    CFakeProcessQuery processes; // a core runs, so the reset takes the block mutex and traces it
+    processes.m_processes = {{77, kCoreProcessName}};
+    CCoreObjectsWin objects(processes, log);
+    CCoreLink link(objects, log);
+
+    ASSERT_EQ(1, objects.InitSharedMemory(link));
+
+    ASSERT_TRUE(objects.CreatedMapping()) << "another process of this prefix holds the block";
+    std::vector<std::string> lines;
+    for (const std::string& line : sink.m_debugOutput)
+    {
+        if (line != "\r\n")
+            lines.push_back(line.substr(line.find(":)-") + 3)); // the text after the header
+    }
+    const std::vector<std::string> expected = {"CMutexLock:: Lock Enter", "CMutexLock:: Locked Exit",
+                                               "CMutexLock:: UnLock Enter - 1", "CMutexLock:: UnLocked",
+                                               "InitSharedMemory"};
+    EXPECT_EQ(expected, lines);
+    EXPECT_EQ(1u, objects.Block()->requestCode);
+    EXPECT_EQ(0xFFFFFFFFu, static_cast<std::uint32_t>(objects.Block()->result));
 }
