@@ -4,6 +4,7 @@ cannot express in the MSI."""
 import struct
 import subprocess
 import time
+import xml.etree.ElementTree as ElementTree
 import zipfile
 from pathlib import Path
 
@@ -13,6 +14,16 @@ MSI_FILES = ("LVBHOHost.exe", "LVUI.dll", "LvRegDoctor.exe", "LvLogDecode.exe")
 HOST_MANIFESTS = ("com.google.chrome.lvbhohost-win.json", "com.mozilla.firefox.lvbhohost-win.json")
 # Custom action types: 18 runs an installed file, 34 an exe in a folder that is also its working folder.
 _TYPE_FILE_EXE, _TYPE_DIRECTORY_EXE = 18, 34
+# The execution bits of a custom action's type, by the WiX Execute attribute (in-script, plus rollback or commit).
+_EXECUTION = {"immediate": 0, "deferred": 0x400, "rollback": 0x500, "commit": 0x600}
+_EXECUTION_MASK = 0x700
+_WIX = "{http://schemas.microsoft.com/wix/2006/wi}"
+
+
+def declared_execution(wxs):
+    """{custom action id: its Execute attribute} from a WiX source."""
+    root = ElementTree.parse(wxs).getroot()
+    return {action.get("Id"): action.get("Execute", "immediate") for action in root.iter(_WIX + "CustomAction")}
 
 
 def zip_time(epoch):
@@ -52,21 +63,27 @@ def _quote(text):
     return f"'{text}'"
 
 
-def fix_msi(msi, package_code, epoch):
-    """Adds to a package built by wixl what its WiX source cannot say through wixl:
+def fix_msi(msi, wxs, package_code, epoch):
+    """Adds to a package built by wixl from `wxs` what its WiX source cannot say through wixl:
     - the registration actions become folder actions: "[INSTALLDIR]LVBHOHost.exe" runs with the install folder
       as its working folder, where -RegisterNativeApp writes the manifests;
+    - every custom action runs as the source's Execute says (wixl knows "deferred" but makes a "rollback" action
+      an immediate one);
     - the manifests go with the product (RemoveFile, on removal);
     - a major upgrade removes the older version before anything is installed, so that its removal (which
       unregisters) cannot undo the new version's registrations;
     - the properties given on the command line reach the installer's service (SecureCustomProperties);
     - the package code and the times in the summary are the release's, not the build's."""
     queries = []
+    execution = declared_execution(wxs)
     for row in msi_rows(msi, "CustomAction"):
-        if row["Source"] == "LVBHOHost.exe" and int(row["Type"]) & 0x3F == _TYPE_FILE_EXE:
-            kind = int(row["Type"]) - _TYPE_FILE_EXE + _TYPE_DIRECTORY_EXE
-            target = '"[INSTALLDIR]LVBHOHost.exe" ' + row["Target"]
-            queries.append(f"UPDATE CustomAction SET Type={kind}, Source='INSTALLDIR', Target={_quote(target)} "
+        kind = (int(row["Type"]) & ~_EXECUTION_MASK) | _EXECUTION[execution[row["Action"]]]
+        source, target = row["Source"], row["Target"]
+        if source == "LVBHOHost.exe" and kind & 0x3F == _TYPE_FILE_EXE:
+            kind += _TYPE_DIRECTORY_EXE - _TYPE_FILE_EXE
+            source, target = "INSTALLDIR", '"[INSTALLDIR]LVBHOHost.exe" ' + target
+        if (kind, source, target) != (int(row["Type"]), row["Source"], row["Target"]):
+            queries.append(f"UPDATE CustomAction SET Type={kind}, Source={_quote(source)}, Target={_quote(target)} "
                            f"WHERE Action={_quote(row['Action'])}")
     for index, name in enumerate(HOST_MANIFESTS):
         queries.append("INSERT INTO RemoveFile (FileKey, Component_, FileName, DirProperty, InstallMode) "
@@ -76,7 +93,7 @@ def fix_msi(msi, package_code, epoch):
                    f"{(sequence['InstallValidate'] + sequence['InstallInitialize']) // 2} "
                    "WHERE Action='RemoveExistingProducts'")
     secure = next(row["Value"] for row in msi_rows(msi, "Property") if row["Property"] == "SecureCustomProperties")
-    queries.append(f"UPDATE Property SET Value={_quote(secure + ';CHROMEPOLICY;INSTALLDIR')} "
+    queries.append(f"UPDATE Property SET Value={_quote(secure + ';CHROMEPOLICY;INSTALLDIR;LUMIVARDIR')} "
                    "WHERE Property='SecureCustomProperties'")
     for query in queries:
         _msi("msibuild", msi, "-q", query)
@@ -111,7 +128,8 @@ class _CompoundFile:
         first_minifat, minifat_count = struct.unpack_from("<II", data, 60)
         difat = list(struct.unpack_from("<109I", data, 76))[:fat_count]
         if fat_count > 109:
-            raise ValueError("compound file too large for this reader")
+            # Beyond 109 FAT sectors (about 7 MB with 512-byte sectors) the FAT continues in DIFAT sectors.
+            raise ValueError(f"the MSI has {fat_count} FAT sectors; this reader follows no DIFAT chain")
         self.fat = []
         for sector in difat:
             self.fat += struct.unpack_from(f"<{self.sector // 4}I", data, self._offset(sector))
@@ -140,7 +158,7 @@ class _CompoundFile:
                 length = struct.unpack_from("<H", self.data, offset + 64)[0]
                 name = self.data[offset:offset + max(length - 2, 0)].decode("utf-16-le", "replace")
                 kind = self.data[offset + 66]
-                start, size = struct.unpack_from("<IQ", self.data, offset + 116)
+                start, size = struct.unpack_from("<II", self.data, offset + 116)  # version 3: 32-bit sizes
                 yield offset, name, kind, start, size
 
     def stream_offsets(self, start, size):

@@ -38,7 +38,7 @@ UNINSTALL = r"HKLM\Software\Microsoft\Windows\CurrentVersion\Uninstall"
 GPO_CLASS = r"HKCR\CLSID\{EA502722-A23D-11D1-A7D3-0000F87571E3}"
 FAKE_GPO = r"HKCU\Software\LvbhoFakeGpo"
 FORCELIST = FAKE_GPO + r"\Machine\Software\Policies\Google\Chrome\ExtensionInstallForcelist"
-REMEMBERED = r"HKLM\Software\Kavrin\Lumivar\BrowserHost"
+HOST_KEY = r"HKLM\Software\Kavrin\LVBHOHost"
 # msiexec's ERROR_INSTALL_FAILURE, as Wine passes it to Linux: only the low byte of an exit code survives.
 INSTALL_FAILURE = 1603 & 0xFF
 # The prefix's subtrees an installation may touch, both views: compared before and after a refused one.
@@ -48,6 +48,24 @@ WATCHED = (r"HKLM\SOFTWARE\Google", r"HKLM\SOFTWARE\Mozilla", r"HKLM\SOFTWARE\Ka
 
 def version():
     return next(DIST.glob("LVBHOHost-*-win64.msi")).name[len("LVBHOHost-"):-len("-win64.msi")]
+
+
+_newer = {}
+
+
+def newer_msi(work):
+    """An MSI of the same binaries with a higher version (make-dist --version), copied to C:\\newer.msi once."""
+    if "version" not in _newer:
+        numbers = [int(n) for n in version().split(".")]
+        higher = ".".join(map(str, numbers[:2] + [numbers[2] + 1]))
+        out = Path(work) / "newer"
+        build = subprocess.run([sys.executable, ROOT / "scripts" / "make-dist", "--out", out, "--version", higher],
+                               capture_output=True, text=True)
+        if build.returncode != 0:
+            raise AssertionError("make-dist --version failed: " + build.stderr)
+        shutil.copy(next(out.glob("*.msi")), PREFIX.drive_c / "newer.msi")
+        _newer["version"] = higher
+    return _newer["version"]
 
 
 def snapshot():
@@ -139,7 +157,7 @@ class ReleaseUnderWine(MsiCase):
         self.assertEqual(before, snapshot())
         # The message the installer shows (Wine's log leaves it out): the package carries it with its condition.
         conditions = distpack.msi_rows(self.msi, "LaunchCondition")
-        self.assertIn({"Condition": "Installed OR INSTALLDIR",
+        self.assertIn({"Condition": "Installed OR LUMIVARDIR",
                        "Description": "Lumivar is not installed on this computer. Install Lumivar first, then its "
                                       "browser host."}, conditions)
 
@@ -158,12 +176,22 @@ class ReleaseUnderWine(MsiCase):
             self.assertTrue((self.install / manifest).is_file(), manifest)
 
     def test_3_windows_reads_the_version_information_and_the_manifest(self):
-        result = winhost.run_host(PREFIX, PROBE, args=[INSTALL_DIR + name for name in distpack.MSI_FILES],
-                                  timeout=60)
+        # The installed files, and the zip's other binaries unpacked beside them.
+        shipped = PREFIX.drive_c / "shipped"
+        with zipfile.ZipFile(next(DIST.glob("LVBHOHost-*-win64.zip"))) as archive:
+            others = [n for n in archive.namelist() if n.endswith((".exe", ".dll")) and n not in distpack.MSI_FILES]
+            for name in others:
+                (shipped / Path(name).name).parent.mkdir(parents=True, exist_ok=True)
+                (shipped / Path(name).name).write_bytes(archive.read(name))
+        names = [*distpack.MSI_FILES, *(Path(n).name for n in others)]
+        self.assertEqual(6, len(names), names)
+        paths = [INSTALL_DIR + n for n in distpack.MSI_FILES] + ["C:\\shipped\\" + Path(n).name for n in others]
+        result = winhost.run_host(PREFIX, PROBE, args=paths, timeout=60)
         self.assertEqual(0, result.returncode, result.stdout + result.stderr[-2000:])
         infos = [json.loads(line) for line in result.stdout.decode("utf-8").splitlines()]
+        self.assertEqual(len(names), len(infos))
         four = version() + ".0"
-        for name, info in zip(distpack.MSI_FILES, infos):
+        for name, info in zip(names, infos):
             with self.subTest(name=name):
                 self.assertEqual(("Kavrin", "Lumivar", four, four, four, name),
                                  (info["CompanyName"], info["ProductName"], info["FileVersion"],
@@ -186,13 +214,7 @@ class ReleaseUnderWine(MsiCase):
         self.assertRegistered(self.doctor())
 
     def test_5_a_newer_version_replaces_the_older(self):
-        newer = self.work / "newer"
-        numbers = [int(n) for n in version().split(".")]
-        higher = ".".join(map(str, numbers[:2] + [numbers[2] + 1]))
-        build = subprocess.run([sys.executable, ROOT / "scripts" / "make-dist", "--out", newer, "--version", higher],
-                               capture_output=True, text=True)
-        self.assertEqual(0, build.returncode, build.stderr)
-        shutil.copy(next(newer.glob("*.msi")), PREFIX.drive_c / "newer.msi")
+        higher = newer_msi(self.work)
 
         code, log = self.msiexec("/i", "C:\\newer.msi", log="upgrade.log")
 
@@ -241,8 +263,9 @@ class ReleaseUnderWine(MsiCase):
 
 
 class ChromePolicyUnderWine(MsiCase):
-    """CHROMEPOLICY=1: the installer also runs -RegisterChromeGPO, remembers that it did, and so removal runs
-    -UnRegisterChromeGPO. Leaves the prefix as it found it (no installation, no product folder)."""
+    """CHROMEPOLICY=1: the installer also runs -RegisterChromeGPO and saves the choice, so that an upgrade keeps it
+    and removal runs -UnRegisterChromeGPO; CHROMEPOLICY=0 on the command line opts out. Leaves the prefix as it
+    found it (no installation, no product folder)."""
 
     def setUp(self):
         shutil.copy(FAKEGPO, PREFIX.drive_c / "FakeGpo.dll")
@@ -253,27 +276,34 @@ class ChromePolicyUnderWine(MsiCase):
         self.addCleanup(shutil.rmtree, self.install, True)
         # A failed test must not leave its installation to the next.
         self.addCleanup(self.msiexec, "/x", "C:\\host.msi", log="policy-cleanup.log")
+        self.addCleanup(self.msiexec, "/x", "C:\\newer.msi", log="policy-cleanup-newer.log")
         PREFIX.install_product(install_dir=INSTALL_DIR, oem=55)
         self.install.mkdir(parents=True, exist_ok=True)
+        newer_msi(self.work)
+
+    def policy(self):
+        """The extension ids in the force-install list of the policy stand-in."""
+        return [value[1].split(";")[0] for value in (PREFIX.reg_values(FORCELIST) or {}).values()]
+
+    def install_package(self, package, *properties):
+        code, log = self.msiexec("/i", package, *properties, log="policy.log")
+        self.assertEqual(0, code, log[-3000:])
 
     def test_the_policy_comes_with_the_property_and_goes_with_the_host(self):
-        code, log = self.msiexec("/i", "C:\\host.msi", "CHROMEPOLICY=1", log="policy.log")
-        self.assertEqual(0, code, log[-3000:])
-        forcelist = PREFIX.reg_values(FORCELIST) or {}
-        # The force-install entry of edition 55's store extension, with its update address.
-        self.assertEqual(["ppjcedkipfagleajcilflhkhghmhgpla"], [v[1].split(";")[0] for v in forcelist.values()])
-        self.assertEqual(("REG_SZ", "1"), PREFIX.reg_values(REMEMBERED)["ChromePolicy"])
+        self.install_package("C:\\host.msi", "CHROMEPOLICY=1")
+        # The force-install entry of edition 55's store extension.
+        self.assertEqual(["ppjcedkipfagleajcilflhkhghmhgpla"], self.policy())
+        self.assertEqual(("REG_SZ", "1"), PREFIX.reg_values(HOST_KEY)["ChromePolicy"])
 
         code, log = self.msiexec("/x", "C:\\host.msi", log="policy-removal.log")
 
         self.assertEqual(0, code, log[-3000:])
-        self.assertEqual({}, PREFIX.reg_values(FORCELIST) or {})
-        self.assertIsNone(PREFIX.reg_values(REMEMBERED))
+        self.assertEqual([], self.policy())
+        self.assertIsNone(PREFIX.reg_values(HOST_KEY))
         self.assertEqual([], products())
 
     def test_without_the_property_there_is_no_policy(self):
-        code, log = self.msiexec("/i", "C:\\host.msi", log="nopolicy.log")
-        self.assertEqual(0, code, log[-3000:])
+        self.install_package("C:\\host.msi")
         self.assertIsNone(PREFIX.reg_values(FORCELIST))
 
         code, log = self.msiexec("/x", "C:\\host.msi", log="nopolicy-removal.log")
@@ -281,6 +311,82 @@ class ChromePolicyUnderWine(MsiCase):
         self.assertEqual(0, code, log[-3000:])
         self.assertNotIn("UnRegisterChromeGPO. Return value", log)
         self.assertEqual([], products())
+
+    def test_an_upgrade_keeps_the_saved_choice(self):
+        self.install_package("C:\\host.msi", "CHROMEPOLICY=1")
+
+        self.install_package("C:\\newer.msi")
+
+        self.assertEqual(["ppjcedkipfagleajcilflhkhghmhgpla"], self.policy())
+        self.assertEqual(("REG_SZ", "1"), PREFIX.reg_values(HOST_KEY)["ChromePolicy"])
+
+    def test_the_command_line_overrides_the_saved_choice(self):
+        self.install_package("C:\\host.msi")
+        self.install_package("C:\\newer.msi", "CHROMEPOLICY=1")
+        self.assertEqual(["ppjcedkipfagleajcilflhkhghmhgpla"], self.policy())
+
+        self.install_package("C:\\newer.msi", "REINSTALL=ALL", "REINSTALLMODE=amus", "CHROMEPOLICY=0")
+
+        self.assertEqual([], self.policy())
+        self.assertEqual(("REG_SZ", "0"), PREFIX.reg_values(HOST_KEY)["ChromePolicy"])
+        code, log = self.msiexec("/x", "C:\\newer.msi", log="optout-removal.log")
+        self.assertEqual(0, code, log[-3000:])
+        self.assertNotIn("UnRegisterChromeGPO. Return value", log)
+
+
+class PackageTables(unittest.TestCase):
+    """What the installer will do, read from the package's tables (no Wine): every registration switch runs in the
+    installer's script from the install folder, and a rollback action just before it undoes it when the
+    installation fails later on. (Wine runs the rollback script only after it has removed the files again, so the
+    rollback itself cannot be shown under Wine.)"""
+
+    def test_each_registration_has_its_inverse_as_rollback_just_before_it(self):
+        msi = next(DIST.glob("LVBHOHost-*-win64.msi"))
+        actions = {row["Action"]: row for row in distpack.msi_rows(msi, "CustomAction")}
+        sequence = {row["Action"]: row for row in distpack.msi_rows(msi, "InstallExecuteSequence")}
+        switches = [a for a in actions if re.fullmatch(r"(Un)?Register\w+", a)]
+        self.assertEqual(8, len(switches), switches)
+        for action in switches:
+            with self.subTest(action=action):
+                inverse = action[2:] if action.startswith("Un") else "Un" + action
+                row, undo = actions[action], actions["Undo" + action]
+                # 34: an exe in a folder, its working folder; 0x40 exit code ignored; 0x400 in the script,
+                # 0x100 more for rollback; 0x800 not impersonated.
+                self.assertEqual(("3170", "INSTALLDIR", f'"[INSTALLDIR]LVBHOHost.exe" -{action}'),
+                                 (row["Type"], row["Source"], row["Target"]))
+                self.assertEqual(("3426", "INSTALLDIR", f'"[INSTALLDIR]LVBHOHost.exe" -{inverse}'),
+                                 (undo["Type"], undo["Source"], undo["Target"]))
+                self.assertEqual(int(sequence[action]["Sequence"]) - 1, int(sequence["Undo" + action]["Sequence"]))
+                self.assertEqual(sequence[action]["Condition"], sequence["Undo" + action]["Condition"])
+        files = {row["Action"]: int(row["Sequence"]) for row in sequence.values()}
+        self.assertTrue(files["InstallInitialize"] < files["UnRegisterNativeApp"] < files["RemoveFiles"]
+                        < files["InstallFiles"] < files["RegisterNativeApp"] < files["InstallFinalize"])
+        self.assertTrue(files["InstallValidate"] < files["RemoveExistingProducts"] < files["InstallInitialize"])
+
+
+class ProductGoneFirst(MsiCase):
+    """Lumivar's key is gone before the host is removed: removal still finds the host's folder (the host's own key
+    saved it) and takes its files. The switches themselves do nothing then: without the product the host only says
+    "Lumivar not found", so the product's own removal is what unregisters."""
+
+    def test_removal_uses_the_saved_folder(self):
+        # Not the MSI's default folder (Program Files\Lumivar), so that only the saved one can lead removal there.
+        folder = PREFIX.drive_c / "Kavrin Apps" / "Lumivar"
+        folder.mkdir(parents=True, exist_ok=True)
+        self.addCleanup(shutil.rmtree, folder.parent, True)
+        PREFIX.install_product(install_dir="C:\\Kavrin Apps\\Lumivar\\", oem=55)
+        code, log = self.msiexec("/i", "C:\\host.msi", log="gone-install.log")
+        self.assertEqual(0, code, log[-3000:])
+        self.assertTrue((folder / "LVBHOHost.exe").is_file())
+        PREFIX.remove_product()
+
+        code, log = self.msiexec("/x", "C:\\host.msi", log="gone-removal.log")
+
+        self.assertEqual(0, code, log[-3000:])
+        self.assertEqual([], products())
+        left = sorted(p.name for p in folder.iterdir()) if folder.exists() else []
+        self.assertEqual([], [name for name in left if name in distpack.MSI_FILES or name in distpack.HOST_MANIFESTS])
+        self.assertIsNone(PREFIX.reg_values(HOST_KEY))
 
 
 class Signing(unittest.TestCase):
@@ -297,9 +403,16 @@ class Signing(unittest.TestCase):
                             "-passout", "pass:throwaway", "-out", work / "cert.p12"], check=True, capture_output=True)
             env = {**os.environ, "LVBHO_SIGN_PKCS12": str(work / "cert.p12"),
                    "LVBHO_SIGN_PASSWORD_FILE": str(work / "password")}
-            build = subprocess.run([sys.executable, ROOT / "scripts" / "make-dist", "--out", work / "dist"],
-                                   env=env, capture_output=True, text=True)
-            self.assertEqual(0, build.returncode, build.stderr)
+            env.pop("LVBHO_SIGN_TIMESTAMP_URL", None)
+            unsigned = (DIST / "SHA256SUMS").read_text()
+            for out in ("dist", "again"):
+                build = subprocess.run([sys.executable, ROOT / "scripts" / "make-dist", "--out", work / out],
+                                       env=env, capture_output=True, text=True)
+                self.assertEqual(0, build.returncode, build.stderr)
+            # Signed without a timestamp server, the release is reproducible too.
+            self.assertEqual((work / "dist" / "SHA256SUMS").read_text(), (work / "again" / "SHA256SUMS").read_text())
+            # The unsigned release stays as it was: signing happened in folders of its own.
+            self.assertEqual(unsigned, (DIST / "SHA256SUMS").read_text())
 
             signed = [work / "dist" / next(DIST.glob("*.msi")).name]
             with zipfile.ZipFile(next((work / "dist").glob("*-win64.zip"))) as archive:
@@ -317,8 +430,15 @@ class Signing(unittest.TestCase):
                     self.assertIn("Signature verification: ok", verify.stdout)
                     self.assertRegex(verify.stdout, re.compile(r"Subject: .*CN\s*=\s*Lumivar test signing"))
                     print(f"\n--- osslsigncode verify {path.name}\n{verify.stdout.strip()}", file=sys.stderr)
-            # The unsigned release stays as it was: signing happened in its own folder.
-            self.assertNotEqual((work / "dist" / "SHA256SUMS").read_text(), (DIST / "SHA256SUMS").read_text())
+            self.assertNotEqual(unsigned, (work / "dist" / "SHA256SUMS").read_text())
+
+
+def load_tests(loader, tests, pattern):
+    """The installation's life first, in a prefix nothing has touched; then the other installations and signing."""
+    suite = unittest.TestSuite()
+    for case in (ReleaseUnderWine, ChromePolicyUnderWine, ProductGoneFirst, PackageTables, Signing):
+        suite.addTests(loader.loadTestsFromTestCase(case))
+    return suite
 
 
 def main():
