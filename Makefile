@@ -1,6 +1,6 @@
 # The front door. `make demo` and `make test` work on a fresh machine: both install what they need first.
 
-.PHONY: all bootstrap build build-linux build-mingw build-fuzz build-tools test test-linux test-wine test-fuzz e2e fuzz demo \
+.PHONY: all bootstrap build build-linux build-mingw build-fuzz build-tsan build-tools test test-linux test-wine test-fuzz e2e fuzz demo \
 	bench dist test-release clean
 
 all: build
@@ -21,8 +21,15 @@ build-mingw:
 
 test: build test-linux test-fuzz test-wine e2e test-release
 
-test-linux:
+# The portable tests with ASan and UBSan; then the thread contract (the command handler and the prompt driven from
+# two threads at once) with ThreadSanitizer, where any reported race fails the run.
+test-linux: build-tsan
 	ctest --preset linux-debug
+	TSAN_OPTIONS=halt_on_error=1 build/linux-tsan/bin/thread_tests
+
+build-tsan:
+	@cmake --preset linux-tsan >/dev/null
+	@cmake --build --preset linux-tsan
 
 # The libFuzzer targets (clang, ASan, UBSan): every regression input, then each target briefly from its corpus.
 build-fuzz:

@@ -103,6 +103,7 @@ int CLVBHOCommandHandler::ValidateUser()
 
 std::uint32_t CLVBHOCommandHandler::StoreLoginData()
 {
+    LVBHO_CHECK_THREAD(m_commandThread);
     if (!HasMembers({"DocumentTitle", "WebUrl", "unamefield", "webPageUserId", "passfieldname", "webPagepassword"}))
         return kStatusArgumentMissing;
     const std::string title = ReadString("DocumentTitle");
@@ -143,6 +144,7 @@ std::uint32_t CLVBHOCommandHandler::StoreLoginData()
 
 std::uint32_t CLVBHOCommandHandler::CheckAndValidate()
 {
+    LVBHO_CHECK_THREAD(m_commandThread);
     if (!HasMembers({"DocumentTitle", "WebUrl", "unamefield", "passfieldname"}))
         return kStatusArgumentMissing;
     const std::string url = ReadString("WebUrl");
@@ -185,6 +187,7 @@ std::uint32_t CLVBHOCommandHandler::CheckAndValidate()
 
 std::uint32_t CLVBHOCommandHandler::IsPageRemembered()
 {
+    LVBHO_CHECK_THREAD(m_commandThread);
     if (!HasMembers({"passfieldname", "WebUrl"}))
         return kStatusArgumentMissing;
     const std::string passField = ReadString("passfieldname");
@@ -225,6 +228,7 @@ std::uint32_t CLVBHOCommandHandler::IsPageRemembered()
 
 std::uint32_t CLVBHOCommandHandler::RememberPwdWithoutPrompt()
 {
+    LVBHO_CHECK_THREAD(m_commandThread);
     if (m_link.SignalEvent(kRequestNoPromptQuery, 1) == 0)
         return kStatusFail;
     std::uint32_t result = kResultPending;
@@ -239,11 +243,13 @@ std::uint32_t CLVBHOCommandHandler::RememberPwdWithoutPrompt()
 
 std::uint32_t CLVBHOCommandHandler::SetRememberPwdWithoutPrompt()
 {
+    LVBHO_CHECK_THREAD(m_commandThread);
     return m_link.SignalEvent(kRequestNoPromptOn, 1) != 0 ? kStatusSuccess : kStatusFail;
 }
 
 std::uint32_t CLVBHOCommandHandler::SetPluginParam()
 {
+    LVBHO_CHECK_THREAD(m_commandThread);
     if (!HasMembers({"strdevid", "param"}))
         return kStatusArgumentMissing;
     const std::string deviceId = ReadString("strdevid");
@@ -256,12 +262,13 @@ std::uint32_t CLVBHOCommandHandler::SetPluginParam()
     CopyField(record.strDevId, sizeof record.strDevId, deviceId);
     CopyField(record.text2, sizeof record.text2, param);
     // To the core window that CheckAndValidate kept; a stale handle makes the send fail silently.
-    m_platform.SendCopyData(static_cast<WindowId>(m_coreContext), record);
+    m_platform.SendCopyData(static_cast<WindowId>(CoreWindow()), record);
     return kStatusSuccess;
 }
 
 std::uint32_t CLVBHOCommandHandler::CancelOperation()
 {
+    LVBHO_CHECK_THREAD(m_commandThread);
     HidePrompt();
     const std::uint32_t status = CancelIfBusy(1);
     if (status != kStatusPending)
@@ -272,6 +279,7 @@ std::uint32_t CLVBHOCommandHandler::CancelOperation()
 
 std::uint32_t CLVBHOCommandHandler::CheckSkipList()
 {
+    LVBHO_CHECK_THREAD(m_commandThread);
     if (!HasMembers({"domain"}))
         return kStatusArgumentMissing;
     const std::string domain = ToUpperAscii(ReadString("domain"));
@@ -323,6 +331,7 @@ void CLVBHOCommandHandler::SetDoNotShowDiscovery()
 
 std::uint32_t CLVBHOCommandHandler::ShowPrompt()
 {
+    LVBHO_CHECK_THREAD(m_commandThread);
     if (!m_platform.HasPromptWindow())
         return kStatusFail;
     m_platform.SendToWindow(kMsgShowPrompt, 0, 0);
@@ -331,6 +340,7 @@ std::uint32_t CLVBHOCommandHandler::ShowPrompt()
 
 std::uint32_t CLVBHOCommandHandler::SetPromptPos()
 {
+    LVBHO_CHECK_THREAD(m_commandThread);
     if (!m_platform.HasPromptWindow())
         return kStatusFail;
     m_platform.SendToWindow(kMsgSetPromptPos, 0, 0);
@@ -339,6 +349,7 @@ std::uint32_t CLVBHOCommandHandler::SetPromptPos()
 
 std::uint32_t CLVBHOCommandHandler::HidePrompt()
 {
+    LVBHO_CHECK_THREAD(m_commandThread);
     if (!m_platform.HasPromptWindow())
         return kStatusFail;
     m_platform.SendToWindow(kMsgHidePrompt, 1, 0);
@@ -347,16 +358,19 @@ std::uint32_t CLVBHOCommandHandler::HidePrompt()
 
 std::uint32_t CLVBHOCommandHandler::PlayKeys()
 {
+    LVBHO_CHECK_THREAD(m_commandThread);
     return KeyEvent(m_request, m_keys);
 }
 
 void CLVBHOCommandHandler::StartNonChromeBrowser()
 {
+    LVBHO_CHECK_THREAD(m_commandThread);
     m_platform.RunOnUiThread(kMsgCreatePromptWnd);
 }
 
 void CLVBHOCommandHandler::ExtensionInstalled()
 {
+    LVBHO_CHECK_THREAD(m_commandThread);
     CRegKey key(m_registry);
     if (key.Create(kHkeyCurrentUser, kProductKey, kKeyReadWrite) == kRegOk)
         static_cast<void>(key.SetDWORDValue(kChromeExtensionFoundValue, 1));

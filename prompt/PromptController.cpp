@@ -12,7 +12,6 @@
 
 namespace
 {
-constexpr const char* kFirefox = "firefox";
 constexpr const char* kFirefoxWindowClass = "MozillaWindowClass";
 constexpr const char* kFirefoxImage = "firefox.exe";
 constexpr const char* kCoreImage = "LvEngine.exe";
@@ -77,6 +76,7 @@ void CPromptController::SetPromptRect(std::int32_t x, std::int32_t y, std::int32
 
 std::intptr_t CPromptController::CreateDialogs()
 {
+    LVBHO_CHECK_THREAD(m_uiThread);
     for (IPromptDialog* dialog : {static_cast<IPromptDialog*>(&m_prompt), static_cast<IPromptDialog*>(&m_pin)})
     {
         if (!dialog->Exists() && dialog->Show(m_ownWindow, "1", m_x, m_y, 0, 0, ""))
@@ -87,6 +87,7 @@ std::intptr_t CPromptController::CreateDialogs()
 
 void CPromptController::HidePrompt(bool notify)
 {
+    LVBHO_CHECK_THREAD(m_uiThread);
     bool missing = false;
     for (IPromptDialog* dialog : {static_cast<IPromptDialog*>(&m_prompt), static_cast<IPromptDialog*>(&m_pin)})
     {
@@ -109,7 +110,7 @@ WindowId CPromptController::FindBrowserWindow(const std::string& className)
     std::string wanted = className;
     if (wanted.empty())
     {
-        if (m_handler.BrowserName() != kFirefox)
+        if (!m_handler.IsFirefox())
             return m_desktop.Foreground();
         wanted = kFirefoxWindowClass;
     }
@@ -119,6 +120,7 @@ WindowId CPromptController::FindBrowserWindow(const std::string& className)
 
 std::intptr_t CPromptController::ShowPrompt()
 {
+    LVBHO_CHECK_THREAD(m_uiThread);
     const WindowId browser = FindBrowserWindow("");
     if (browser == 0)
     {
@@ -165,6 +167,7 @@ void CPromptController::SetSizeMembers(std::int32_t promptHeight)
 
 std::intptr_t CPromptController::SetPromptPos()
 {
+    LVBHO_CHECK_THREAD(m_uiThread);
     IJsonMessage& request = m_handler.Request();
     const std::int32_t x = request.GetInt("x");
     const std::int32_t y = request.GetInt("y");
@@ -193,6 +196,7 @@ std::intptr_t CPromptController::SetPromptPos()
 
 std::intptr_t CPromptController::SetTabInfo()
 {
+    LVBHO_CHECK_THREAD(m_uiThread);
     m_tabId.clear();
     m_handler.Request().GetString(m_tabId, "tabid");
     return 1;
@@ -200,6 +204,7 @@ std::intptr_t CPromptController::SetTabInfo()
 
 std::intptr_t CPromptController::ProcessPromptUi(Sender sender, std::int32_t action)
 {
+    LVBHO_CHECK_THREAD(m_uiThread);
     if (sender == Sender::PromptDialog)
     {
         const std::string page = m_prompt.ActivePage();
@@ -271,11 +276,12 @@ void CPromptController::SendAnswerToCore(const char* deviceId, const std::string
     BHOCopyData record{};
     CopyField(record.strDevId, sizeof record.strDevId, deviceId);
     CopyField(record.text2, sizeof record.text2, text);
-    m_desktop.SendCopyData(static_cast<WindowId>(m_handler.CoreContext()), m_ownWindow, record);
+    m_desktop.SendCopyData(static_cast<WindowId>(m_handler.CoreWindow()), m_ownWindow, record);
 }
 
 bool CPromptController::ShowVerificationResult(const BHOCopyData& record)
 {
+    LVBHO_CHECK_THREAD(m_uiThread);
     const auto status = static_cast<std::int32_t>(record.status);
     const std::string message = FieldText(record.message, sizeof record.message);
     if (status == -1)
@@ -322,7 +328,8 @@ bool CPromptController::ShowVerificationResult(const BHOCopyData& record)
 
 void CPromptController::OnWinEvent(std::uint32_t event, WindowId window)
 {
-    if (m_handler.BrowserName() != kFirefox)
+    LVBHO_CHECK_THREAD(m_uiThread);
+    if (!m_handler.IsFirefox())
         return;
     if (event == kEventDesktopSwitch)
     {

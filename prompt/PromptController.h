@@ -2,9 +2,12 @@
 // The prompt window's behaviour, apart from the window itself: creating, showing, placing and hiding the two
 // dialogs, answering the extension (the prompt's size and the user's choice) and the core (the typed text and the
 // PIN), showing the core's device verification results, and reporting Firefox's focus changes. Every handler runs
-// on the UI thread that owns the prompt window. Portable: the dialogs and the desktop come through IPromptUi.h.
+// on the UI thread that owns the prompt window (checked in debug builds); the command handler is reached only through
+// IPromptHandler. Portable: the dialogs and the desktop come through IPromptUi.h.
 
-#include "commands/CommandHandler.h"
+#include "commands/IPromptHandler.h"
+#include "corelink/SharedData.h"
+#include "corelink/ThreadChecker.h"
 #include "messaging/JsonMessage.h"
 #include "messaging/Responses.h"
 #include "prompt/IPromptUi.h"
@@ -42,7 +45,7 @@ public:
 
     struct Services
     {
-        CLVBHOCommandHandler& handler;
+        IPromptHandler& handler;
         CResponseWriter& writer;
         IJsonMessage& json; // the window's reply message
         IPromptPageDialog& prompt;
@@ -90,7 +93,7 @@ private:
     // The Show-prompt size and Verification size members.
     void SetSizeMembers(std::int32_t promptHeight);
 
-    CLVBHOCommandHandler& m_handler;
+    IPromptHandler& m_handler;
     CResponseWriter& m_writer;
     IJsonMessage& m_json;
     IPromptPageDialog& m_prompt;
@@ -107,4 +110,5 @@ private:
     std::string m_tabId;
     std::int32_t m_promptId = -1;
     WindowId m_lastBrowserWindow = 0;
+    CThreadChecker m_uiThread;
 };

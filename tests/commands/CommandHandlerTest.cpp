@@ -398,7 +398,7 @@ TEST(CommandHandlerTest, CheckAndValidateLeftPendingWithVaultSelectAnswersSixAnd
 
     EXPECT_EQ(6u, handler.CheckAndValidate());
 
-    EXPECT_EQ(0xC0DEu, handler.CoreContext());
+    EXPECT_EQ(0xC0DEu, handler.CoreWindow());
 }
 
 TEST(CommandHandlerTest, CheckAndValidateLeftPendingAnswersFive)
