@@ -1,12 +1,8 @@
 #include "corelink/HandlerPlatformWin.h"
 
+#include "corelink/CopyDataSenderWin.h"
 #include "corelink/MessagePumpWin.h"
 #include "corelink/SecurityWin.h"
-
-namespace
-{
-constexpr UINT kCopyDataTimeoutMs = 10000;
-} // namespace
 
 CHandlerPlatformWin::CHandlerPlatformWin(DWORD uiThreadId, CResponseWriter& writer, const CDebugLog& log)
     : m_uiThreadId(uiThreadId), m_writer(writer), m_log(log)
@@ -41,14 +37,7 @@ void CHandlerPlatformWin::SetWaitEvent()
 
 void CHandlerPlatformWin::SendCopyData(WindowId target, const BHOCopyData& record)
 {
-    COPYDATASTRUCT copyData{};
-    copyData.dwData = kCopyDataKind;
-    copyData.cbData = sizeof record;
-    copyData.lpData = const_cast<BHOCopyData*>(&record);
-    // Synchronous, as the core expects, but a hung or stale window cannot hold the host for good.
-    DWORD_PTR result = 0;
-    ::SendMessageTimeoutA(reinterpret_cast<HWND>(target), WM_COPYDATA, static_cast<WPARAM>(HostWindow()),
-                          reinterpret_cast<LPARAM>(&copyData), SMTO_ABORTIFHUNG, kCopyDataTimeoutMs, &result);
+    SendCopyDataToCore(reinterpret_cast<HWND>(target), reinterpret_cast<HWND>(HostWindow()), record);
 }
 
 void CHandlerPlatformWin::RunOnUiThread(std::uint32_t message)

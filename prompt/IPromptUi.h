@@ -71,6 +71,7 @@ public:
     // process cannot be opened.
     virtual bool WindowProcess(WindowId window, std::string& imagePath, std::string& className) = 0;
     virtual void Sleep(std::uint32_t ms) = 0;
-    // WM_COPYDATA to `target` (dwData 1, cbData 788) with `from` as wParam, sent synchronously.
+    // WM_COPYDATA to `target` (dwData 1, cbData 788) with `from` as wParam, sent synchronously but bounded (a hung
+    // core is given up on).
     virtual void SendCopyData(WindowId target, WindowId from, const BHOCopyData& record) = 0;
 };

@@ -1,5 +1,6 @@
 #include "prompt/PromptDialogsWin.h"
 
+#include "corelink/CopyDataSenderWin.h"
 #include "corelink/RegisteredMessagesWin.h"
 #include "framework/Unique.h"
 
@@ -87,8 +88,5 @@ void CPromptDesktopWin::Sleep(std::uint32_t ms)
 
 void CPromptDesktopWin::SendCopyData(WindowId target, WindowId from, const BHOCopyData& record)
 {
-    BHOCopyData copy = record;
-    COPYDATASTRUCT data{1, sizeof copy, &copy};
-    ::SendMessageA(reinterpret_cast<HWND>(target), WM_COPYDATA, static_cast<WPARAM>(from),
-                   reinterpret_cast<LPARAM>(&data));
+    SendCopyDataToCore(reinterpret_cast<HWND>(target), reinterpret_cast<HWND>(from), record);
 }
