@@ -23,14 +23,6 @@ std::size_t BoundedLength(const char* text, std::size_t limit)
     return nul ? static_cast<std::size_t>(static_cast<const char*>(nul) - text) : limit;
 }
 
-// Copies `source` up to its NUL into `dest`, cut to fit `size` bytes with the terminator. `size` is at least 1.
-void CopyBounded(char* dest, std::size_t size, const std::string& source)
-{
-    const std::size_t length = BoundedLength(source.c_str(), std::min(source.size(), size - 1));
-    std::memcpy(dest, source.c_str(), length);
-    dest[length] = '\0';
-}
-
 // Appends `source` to the text in `dest`, cut to fit `size` bytes with the terminator.
 void AppendBounded(char* dest, std::size_t size, const std::string& source)
 {
@@ -40,7 +32,7 @@ void AppendBounded(char* dest, std::size_t size, const std::string& source)
         dest[size - 1] = '\0';
         return;
     }
-    CopyBounded(dest + used, size - used, source);
+    SetField(dest + used, size - used, source);
 }
 
 // Moves `cursor` past the value-list string under it and stores `value` there. A value that would start at or past
@@ -51,7 +43,7 @@ void StoreNextValue(char* list, std::size_t& cursor, const std::string& value)
         return;
     cursor += BoundedLength(list + cursor, kSharedScriptSize - cursor) + 1;
     if (cursor < kSharedScriptSize)
-        CopyBounded(list + cursor, kSharedScriptSize - cursor, value);
+        SetField(list + cursor, kSharedScriptSize - cursor, value);
 }
 
 // The text up to its first NUL, as the block's C strings will hold it.
@@ -120,8 +112,8 @@ void WriteLoginScript(LoginScriptTables& tables, ICoreLink& link, std::string si
     if (block == nullptr)
         return;
 
-    CopyBounded(block->requestKey, kSharedFieldSize, siteKey);
-    CopyBounded(block->requestDisplay, kSharedFieldSize, displayName);
+    SetField(block->requestKey, siteKey);
+    SetField(block->requestDisplay, displayName);
 
     tables.fieldNames[0] = "<S>";
     tables.fieldValues[0] = "";
@@ -130,8 +122,8 @@ void WriteLoginScript(LoginScriptTables& tables, ICoreLink& link, std::string si
     tables.fieldNames[2] = "<DCH>" + passFieldName + "<FV><SV><\\FV>";
     tables.fieldValues[2] = passValue;
 
-    CopyBounded(block->fieldScript, kSharedScriptSize, tables.fieldNames[0]);
-    CopyBounded(block->valueScript, kSharedScriptSize, tables.fieldValues[0]);
+    SetField(block->fieldScript, tables.fieldNames[0]);
+    SetField(block->valueScript, tables.fieldValues[0]);
     std::size_t cursor = 0;
     for (std::uint32_t entry = 1; entry < kWrittenEntries; ++entry)
     {

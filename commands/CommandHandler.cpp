@@ -18,13 +18,6 @@ constexpr std::uint32_t kDefaultWaitMs = 500;
 constexpr std::uint32_t kTraceLevel = 52;
 // Reading the skip list and the discovery values: read access, in the 64-bit view for the list.
 
-// A bounded copy that always ends in NUL: the block's and the record's fields are cut, never overrun.
-void CopyField(char* field, std::size_t size, const std::string& text)
-{
-    const std::size_t length = std::min(text.size(), size - 1);
-    std::memcpy(field, text.data(), length);
-    field[length] = '\0';
-}
 } // namespace
 
 CLVBHOCommandHandler::CLVBHOCommandHandler(IJsonMessage& request, const HandlerServices& services)
@@ -71,8 +64,8 @@ std::uint32_t CLVBHOCommandHandler::SendRequest(const std::string& siteKey, std:
     {
         CMutexLock lock(m_link);
         BHOSharedData* block = m_link.Block();
-        CopyField(block->requestUser, sizeof block->requestUser, user);
-        CopyField(block->requestKey, sizeof block->requestKey, siteKey);
+        SetField(block->requestUser, user);
+        SetField(block->requestKey, siteKey);
         block->hostWindow = m_platform.HostWindow();
     }
     if (m_link.SignalEvent(code, 1) == 0)
@@ -259,8 +252,8 @@ std::uint32_t CLVBHOCommandHandler::SetPluginParam()
 
     BHOCopyData record;
     std::memset(&record, 0, sizeof record);
-    CopyField(record.strDevId, sizeof record.strDevId, deviceId);
-    CopyField(record.text2, sizeof record.text2, param);
+    SetField(record.strDevId, deviceId);
+    SetField(record.text2, param);
     // To the core window that CheckAndValidate kept; a stale handle makes the send fail silently.
     m_platform.SendCopyData(static_cast<WindowId>(CoreWindow()), record);
     return kStatusSuccess;

@@ -2,19 +2,20 @@
 
 #include <cstring>
 
-std::string FieldText(const char* field, std::size_t size)
+void BuildValidateAsyncMsg(IJsonMessage& message, const std::string& text, std::int32_t status,
+                           const std::string& strDevId, std::int32_t devId)
 {
-    const void* end = std::memchr(field, '\0', size);
-    return std::string(field, end ? static_cast<const char*>(end) - field : size);
+    message.SetString("command", "ValidateAsyncMsg");
+    message.SetString("msg", text.c_str());
+    message.SetInt("status", status);
+    message.SetString("strdevid", strDevId.c_str());
+    message.SetInt("Devid", devId);
 }
 
 void BuildValidateAsyncMsg(IJsonMessage& message, const BHOCopyData& record)
 {
-    message.SetString("command", "ValidateAsyncMsg");
-    message.SetString("msg", FieldText(record.message, sizeof record.message).c_str());
-    message.SetInt("status", static_cast<int>(record.status));
-    message.SetString("strdevid", FieldText(record.strDevId, sizeof record.strDevId).c_str());
-    message.SetInt("Devid", static_cast<int>(record.devId));
+    BuildValidateAsyncMsg(message, FieldText(record.message), static_cast<std::int32_t>(record.status),
+                          FieldText(record.strDevId), static_cast<std::int32_t>(record.devId));
 }
 
 bool ReleasesWaitingCommand(std::uint32_t status)

@@ -10,10 +10,11 @@
 #include <cstddef>
 #include <string>
 
-// The text of a fixed field that may lack its terminating NUL.
-std::string FieldText(const char* field, std::size_t size);
-
-// Sets "command" "ValidateAsyncMsg", "msg", "status", "strdevid" and "Devid" from the core's record.
+// The one builder of "ValidateAsyncMsg": sets "command", "msg", "status", "strdevid" and "Devid". (The prompt adds
+// its "tabid" and sizes.)
+void BuildValidateAsyncMsg(IJsonMessage& message, const std::string& text, std::int32_t status,
+                           const std::string& strDevId, std::int32_t devId);
+// The same from the core's record.
 void BuildValidateAsyncMsg(IJsonMessage& message, const BHOCopyData& record);
 
 // Statuses -1 and 6 end the wait of a command that waits for the validation's outcome.

@@ -2,9 +2,11 @@
 // The wire layouts and names shared with the core process. The host and the stand-in core (tools/coresim) both
 // include this header; every size and offset is pinned below, because the core reads the same bytes.
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <string>
 
 #pragma pack(push, 1)
 
@@ -76,6 +78,35 @@ inline void ResetBlockFields(BHOSharedData& block)
     block.result = 0xFFFFFFFF;
     block.flags = 0;
     block.requestCode = 1;
+}
+
+// The one way text goes into a fixed field of the block or of a copy-data record: up to its first NUL, cut to
+// size - 1 bytes, always ending in NUL. A field is never overrun, and nothing past a NUL is smuggled in.
+inline void SetField(char* field, std::size_t size, const std::string& text)
+{
+    const void* nul = std::memchr(text.data(), '\0', text.size());
+    const std::size_t length =
+        std::min(nul ? static_cast<std::size_t>(static_cast<const char*>(nul) - text.data()) : text.size(), size - 1);
+    std::memcpy(field, text.data(), length);
+    field[length] = '\0';
+}
+template <std::size_t N>
+void SetField(char (&field)[N], const std::string& text)
+{
+    SetField(field, N, text);
+}
+
+// The one way text comes out of a fixed field: up to its first NUL, or all `size` bytes when the other side left
+// none.
+inline std::string FieldText(const char* field, std::size_t size)
+{
+    const void* end = std::memchr(field, '\0', size);
+    return std::string(field, end ? static_cast<std::size_t>(static_cast<const char*>(end) - field) : size);
+}
+template <std::size_t N>
+std::string FieldText(const char (&field)[N])
+{
+    return FieldText(field, N);
 }
 
 inline constexpr std::size_t kSharedFieldSize = 260;

@@ -17,14 +17,6 @@ constexpr const char* kFirefoxImage = "firefox.exe";
 constexpr const char* kCoreImage = "LvEngine.exe";
 constexpr std::uint32_t kMinimiseSettleMs = 150;
 
-// Copies `text` into a fixed field: at most size - 1 bytes and the terminating zero.
-void CopyField(char* field, std::size_t size, const std::string& text)
-{
-    const std::size_t length = std::min(text.size(), size - 1);
-    std::memcpy(field, text.data(), length);
-    field[length] = '\0';
-}
-
 // |a - b| without overflow, whatever the extension sends.
 std::int64_t Distance(std::int32_t a, std::int32_t b)
 {
@@ -144,11 +136,7 @@ std::intptr_t CPromptController::ShowPrompt()
     if (pageNumber == 1 || pageNumber == 4 || pageNumber == 5)
     {
         m_json.SetString("tabid", m_tabId.c_str());
-        m_json.SetString("command", "ValidateAsyncMsg");
-        m_json.SetString("msg", "");
-        m_json.SetInt("status", -1);
-        m_json.SetString("strdevid", "");
-        m_json.SetInt("Devid", -1);
+        BuildValidateAsyncMsg(m_json, "", -1, "", -1);
         SetSizeMembers(1);
         WriteReply();
     }
@@ -244,11 +232,7 @@ std::intptr_t CPromptController::ProcessPromptUi(Sender sender, std::int32_t act
                 // The extension learns first that a save is under way, then the user is asked to validate.
                 JsonCPPWrapper notice;
                 notice.SetString("tabid", m_tabId.c_str());
-                notice.SetString("command", "ValidateAsyncMsg");
-                notice.SetString("msg", "");
-                notice.SetInt("status", 6);
-                notice.SetString("strdevid", "");
-                notice.SetInt("Devid", -1);
+                BuildValidateAsyncMsg(notice, "", 6, "", -1);
                 std::string text;
                 m_writer.WriteResponse(notice.ToString(text));
                 save = m_handler.ValidateUser();
@@ -274,8 +258,8 @@ std::intptr_t CPromptController::ProcessPromptUi(Sender sender, std::int32_t act
 void CPromptController::SendAnswerToCore(const char* deviceId, const std::string& text)
 {
     BHOCopyData record{};
-    CopyField(record.strDevId, sizeof record.strDevId, deviceId);
-    CopyField(record.text2, sizeof record.text2, text);
+    SetField(record.strDevId, deviceId);
+    SetField(record.text2, text);
     m_desktop.SendCopyData(static_cast<WindowId>(m_handler.CoreWindow()), m_ownWindow, record);
 }
 
@@ -283,7 +267,7 @@ bool CPromptController::ShowVerificationResult(const BHOCopyData& record)
 {
     LVBHO_CHECK_THREAD(m_uiThread);
     const auto status = static_cast<std::int32_t>(record.status);
-    const std::string message = FieldText(record.message, sizeof record.message);
+    const std::string message = FieldText(record.message);
     if (status == -1)
     {
         const WindowId browser = FindBrowserWindow("");

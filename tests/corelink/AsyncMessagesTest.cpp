@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <string>
 
 namespace
 {
@@ -91,4 +92,33 @@ TEST(AsyncMessagesTest, AnEmptyBlockGivesNoFormFill)
     JsonCPPWrapper message;
 
     EXPECT_EQ(0, BuildFormFill(message, tables, link));
+}
+
+TEST(SharedFieldTest, SetFieldCutsToTheFieldAndAlwaysEndsInNul)
+{
+    char field[8];
+    std::memset(field, 'x', sizeof field);
+
+    SetField(field, std::string(20, 'a'));
+
+    EXPECT_EQ(std::string(7, 'a'), std::string(field));
+}
+
+TEST(SharedFieldTest, SetFieldStopsAtTheFirstNul)
+{
+    char field[8];
+    std::memset(field, 'x', sizeof field);
+
+    SetField(field, std::string("ab\0cd", 5));
+
+    EXPECT_EQ(0, std::memcmp(field, "ab\0xxxxx", 8));
+}
+
+TEST(SharedFieldTest, FieldTextReadsUpToTheNulOrTheWholeField)
+{
+    const char ended[6] = {'a', 'b', '\0', 'c', 'd', 'e'};
+    const char unended[3] = {'a', 'b', 'c'};
+
+    EXPECT_EQ("ab", FieldText(ended));
+    EXPECT_EQ("abc", FieldText(unended));
 }
