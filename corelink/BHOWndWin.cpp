@@ -4,14 +4,11 @@
 #include "corelink/RegisteredMessagesWin.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 
 CBHOWnd::~CBHOWnd()
 {
     Destroy();
-    for (BHOCopyData* record : m_pendingCopies)
-        std::free(record);
 }
 
 bool CBHOWnd::Create(CLVBHOCommandHandler* handler)
@@ -35,20 +32,13 @@ bool CBHOWnd::OnMessage(UINT message, WPARAM, LPARAM lParam, LRESULT& result)
     {
         // The handler always gets a whole record; bytes the sender did not send are zero, never read beyond it.
         const auto* copyData = reinterpret_cast<const COPYDATASTRUCT*>(lParam);
-        auto* record = static_cast<BHOCopyData*>(std::calloc(1, sizeof(BHOCopyData)));
-        if (!record)
-        {
-            result = 0;
-            return true;
-        }
+        BHOCopyData record{};
         if (copyData && copyData->lpData)
-            std::memcpy(record, copyData->lpData, std::min<std::size_t>(copyData->cbData, sizeof(BHOCopyData)));
-        m_pendingCopies.insert(record);
-        if (!::PostMessageA(Handle(), messages.copyData, 0, reinterpret_cast<LPARAM>(record)))
-        {
-            m_pendingCopies.erase(record);
-            std::free(record);
-        }
+            std::memcpy(&record, copyData->lpData, std::min<std::size_t>(copyData->cbData, sizeof(BHOCopyData)));
+        const std::uint64_t ticket = m_nextTicket++;
+        m_pendingCopies.emplace(ticket, record);
+        if (!::PostMessageA(Handle(), messages.copyData, 0, static_cast<LPARAM>(ticket)))
+            m_pendingCopies.erase(ticket);
         result = 1;
     }
     else if (message == messages.coreWakeUp)
@@ -58,9 +48,15 @@ bool CBHOWnd::OnMessage(UINT message, WPARAM, LPARAM lParam, LRESULT& result)
     }
     else if (message == messages.copyData)
     {
-        // Anyone may post this message; only a copy this window made is read, and freed.
-        auto* record = reinterpret_cast<BHOCopyData*>(lParam);
-        result = m_pendingCopies.erase(record) != 0 ? OnCopyData(0, record) : 1;
+        // Anyone may post this message; only a ticket this window gave out is served, once.
+        const auto found = m_pendingCopies.find(static_cast<std::uint64_t>(lParam));
+        result = 1;
+        if (found != m_pendingCopies.end())
+        {
+            const BHOCopyData record = found->second;
+            m_pendingCopies.erase(found);
+            result = OnCopyData(record);
+        }
     }
     else if (message == messages.autoFill)
         result = OnAutoFill();
@@ -69,19 +65,14 @@ bool CBHOWnd::OnMessage(UINT message, WPARAM, LPARAM lParam, LRESULT& result)
     return true;
 }
 
-LRESULT CBHOWnd::OnCopyData(WPARAM wParam, BHOCopyData* record)
+LRESULT CBHOWnd::OnCopyData(const BHOCopyData& record)
 {
-    if (record)
-    {
-        BuildValidateAsyncMsg(*m_pJson, *record);
-        std::string text;
-        m_writer.WriteResponse(m_pJson->ToString(text));
-        m_pJson->Clear();
-        if (ReleasesWaitingCommand(record->status) && m_pHandler)
-            m_pHandler->Platform().SetWaitEvent();
-    }
-    if (wParam == 0)
-        std::free(record);
+    BuildValidateAsyncMsg(*m_pJson, record);
+    std::string text;
+    m_writer.WriteResponse(m_pJson->ToString(text));
+    m_pJson->Clear();
+    if (ReleasesWaitingCommand(record.status) && m_pHandler)
+        m_pHandler->Platform().SetWaitEvent();
     return 1;
 }
 

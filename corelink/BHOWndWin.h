@@ -10,15 +10,14 @@
 #include "messaging/Responses.h"
 
 #include <cstdint>
+#include <map>
 #include <memory>
-#include <set>
 
 class CBHOWnd : public CMsgWindow
 {
 public:
     explicit CBHOWnd(CResponseWriter& writer) : m_writer(writer), m_pJson(std::make_shared<JsonCPPWrapper>()) {}
-    // Destroys the window while this object can still see its last messages, and frees the copies of records
-    // whose re-posted message will now never be served.
+    // Destroys the window while this object can still see its last messages.
     ~CBHOWnd() override;
 
     // Creates the window, titled with the handler's browser name, and lets the core's two messages through the
@@ -30,8 +29,8 @@ protected:
     bool OnMessage(UINT message, WPARAM wParam, LPARAM lParam, LRESULT& result) override;
     // Runs once the window exists, at the end of a successful Create.
     virtual void OnCreated() {}
-    // "ValidateAsyncMsg": `record` came from malloc and is freed here when wParam is 0. Returns 1.
-    virtual LRESULT OnCopyData(WPARAM wParam, BHOCopyData* record);
+    // "ValidateAsyncMsg" from the core's record. Returns 1.
+    virtual LRESULT OnCopyData(const BHOCopyData& record);
     // "FormFill". Returns 0.
     LRESULT OnAutoFill();
 
@@ -44,6 +43,8 @@ private:
     CResponseWriter& m_writer;
     CLVBHOCommandHandler* m_pHandler = nullptr;
     std::shared_ptr<JsonCPPWrapper> m_pJson;
-    // Copies posted to this window and not yet served.
-    std::set<BHOCopyData*> m_pendingCopies;
+    // The core's records, copied whole, until the message re-posted for each is served: the message carries only
+    // the ticket, so a message anyone else posts finds nothing.
+    std::map<std::uint64_t, BHOCopyData> m_pendingCopies;
+    std::uint64_t m_nextTicket = 1;
 };

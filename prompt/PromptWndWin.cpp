@@ -3,7 +3,6 @@
 #include "corelink/RegisteredMessagesWin.h"
 #include "prompt/BrowserTrackerWin.h"
 
-#include <cstdlib>
 
 namespace
 {
@@ -110,14 +109,9 @@ bool CBHOPromptWnd::OnMessage(UINT message, WPARAM wParam, LPARAM lParam, LRESUL
     return true;
 }
 
-LRESULT CBHOPromptWnd::OnCopyData(WPARAM wParam, BHOCopyData* record)
+LRESULT CBHOPromptWnd::OnCopyData(const BHOCopyData& record)
 {
-    if (!record || !m_controller)
-        return CBHOWnd::OnCopyData(wParam, record);
-    const bool shown = m_controller->ShowVerificationResult(*record);
-    if (shown)
-        return CBHOWnd::OnCopyData(wParam, record);
-    if (wParam == 0)
-        std::free(record);
+    if (!m_controller || m_controller->ShowVerificationResult(record))
+        return CBHOWnd::OnCopyData(record);
     return 1;
 }

@@ -29,7 +29,7 @@ public:
 protected:
     void OnCreated() override;
     bool OnMessage(UINT message, WPARAM wParam, LPARAM lParam, LRESULT& result) override;
-    LRESULT OnCopyData(WPARAM wParam, BHOCopyData* record) override;
+    LRESULT OnCopyData(const BHOCopyData& record) override;
 
 private:
     void DestroyDialogs();

@@ -351,6 +351,7 @@ TEST(BHOThreadWinTest, APostedRecordThatTheWindowDidNotCopyIsIgnored)
 
     ::PostMessageA(ui.Window(), Messages().copyData, 0, reinterpret_cast<LPARAM>(&foreign));
     ::PostMessageA(ui.Window(), Messages().copyData, 0, 0x12345678);
+    ::PostMessageA(ui.Window(), Messages().copyData, 0, 1); // a ticket the window never gave out
     ::SendMessageA(ui.Window(), WM_NULL, 0, 0);
     ::Sleep(50);
 
