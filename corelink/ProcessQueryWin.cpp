@@ -1,6 +1,7 @@
 #include "corelink/ProcessQueryWin.h"
 
 #include "framework/AnsiText.h"
+#include "framework/ComPtr.h"
 #include "framework/Unique.h"
 
 #include <objbase.h>
@@ -17,27 +18,6 @@ namespace
 {
 constexpr NTSTATUS kStatusInfoLengthMismatch = static_cast<NTSTATUS>(0xC0000004L);
 constexpr std::size_t kMaxProcessListBytes = 64u * 1024 * 1024;
-
-template <typename T>
-class CComPtr
-{
-public:
-    CComPtr() = default;
-    CComPtr(const CComPtr&) = delete;
-    CComPtr& operator=(const CComPtr&) = delete;
-    ~CComPtr()
-    {
-        if (m_pointer)
-            m_pointer->Release();
-    }
-    T* operator->() const noexcept { return m_pointer; }
-    T* Get() const noexcept { return m_pointer; }
-    T** Out() noexcept { return &m_pointer; } // only while empty
-    void** OutVoid() noexcept { return reinterpret_cast<void**>(&m_pointer); }
-
-private:
-    T* m_pointer = nullptr;
-};
 
 class CBstr
 {

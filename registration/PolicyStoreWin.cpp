@@ -28,25 +28,22 @@ bool ParseGuid(const char* text, GUID& guid)
 }
 } // namespace
 
-void GroupPolicyObjectTraits::Close(Type object)
-{
-    object->Release();
-}
+CPolicyStoreWin::CPolicyStoreWin() = default;
+CPolicyStoreWin::~CPolicyStoreWin() = default;
 
 bool CPolicyStoreWin::OpenMachinePolicy()
 {
     m_machineKey.Close();
-    m_policy.Close();
+    m_policy.Reset();
 
-    IGroupPolicyObject* created = nullptr;
+    CComPtr<IGroupPolicyObject> policy;
     if (FAILED(::CoCreateInstance(CLSID_GroupPolicyObject, nullptr, kGroupPolicyContext, IID_IGroupPolicyObject,
-                                  reinterpret_cast<void**>(&created))))
+                                  policy.OutVoid())))
         return false;
-    CUnique<GroupPolicyObjectTraits> policy(created);
-    if (FAILED(policy.Get()->OpenLocalMachineGPO(GPO_OPEN_LOAD_REGISTRY)))
+    if (FAILED(policy->OpenLocalMachineGPO(GPO_OPEN_LOAD_REGISTRY)))
         return false;
     HKEY key = nullptr;
-    const HRESULT result = policy.Get()->GetRegistryKey(GPO_SECTION_MACHINE, &key);
+    const HRESULT result = policy->GetRegistryKey(GPO_SECTION_MACHINE, &key);
     CUnique<PolicyKeyTraits> machineKey(key);
     if (FAILED(result) || !machineKey.IsValid())
         return false;
@@ -63,11 +60,11 @@ RegHandle CPolicyStoreWin::MachineKey()
 
 bool CPolicyStoreWin::Save(const char* toolGuid)
 {
-    if (!m_policy.IsValid())
+    if (!m_policy)
         return false;
     GUID extension{};
     GUID tool{};
     if (!ParseGuid(kRegistryExtensionGuid, extension) || !ParseGuid(toolGuid, tool))
         return false;
-    return SUCCEEDED(m_policy.Get()->Save(TRUE, TRUE, &extension, &tool));
+    return SUCCEEDED(m_policy->Save(TRUE, TRUE, &extension, &tool));
 }

@@ -1,19 +1,11 @@
 #pragma once
 // IPolicyStore over the system's local Group Policy object (IGroupPolicyObject from gpedit.h).
 
+#include "framework/ComPtr.h"
 #include "framework/Unique.h"
 #include "registration/IPolicyStore.h"
 
 struct IGroupPolicyObject;
-
-// One reference to the Group Policy object; Close releases it.
-struct GroupPolicyObjectTraits
-{
-    using Type = IGroupPolicyObject*;
-    static Type None() { return nullptr; }
-    static bool IsValid(Type object) { return object != nullptr; }
-    static void Close(Type object);
-};
 
 // A key the Group Policy object handed out; the receiver closes it.
 struct PolicyKeyTraits
@@ -27,7 +19,9 @@ struct PolicyKeyTraits
 class CPolicyStoreWin : public IPolicyStore
 {
 public:
-    CPolicyStoreWin() = default;
+    // Both out of line, where IGroupPolicyObject is complete.
+    CPolicyStoreWin();
+    ~CPolicyStoreWin() override;
     CPolicyStoreWin(const CPolicyStoreWin&) = delete;
     CPolicyStoreWin& operator=(const CPolicyStoreWin&) = delete;
 
@@ -40,6 +34,6 @@ public:
 
 private:
     // The key is declared after the object, so it is closed before the object is released.
-    CUnique<GroupPolicyObjectTraits> m_policy;
+    CComPtr<IGroupPolicyObject> m_policy;
     CUnique<PolicyKeyTraits> m_machineKey;
 };
