@@ -17,6 +17,20 @@ from pathlib import Path
 
 PRODUCT_KEY = r"HKEY_LOCAL_MACHINE\Software\Kavrin\Lumivar"
 
+# Where the tests' simulated installation lives, and the keys the registration switches write, as the black-box
+# scripts read them with `reg query`.
+INSTALL_DIR = "C:\\Program Files\\Lumivar\\"
+CHROME_HOST = r"HKLM\SOFTWARE\Google\Chrome\NativeMessagingHosts\com.google.chrome.lvbhohost"
+FIREFOX_HOST = r"HKLM\SOFTWARE\Mozilla\NativeMessagingHosts\com.mozilla.firefox.lvbhohost"
+USER_PRODUCT = r"HKCU\Software\Kavrin\Lumivar"
+FIREFOX_EXTENSIONS = r"HKLM\SOFTWARE\Mozilla\Firefox\Extensions"
+CHROME_EXTENSIONS = r"HKLM\SOFTWARE\Google\Chrome\Extensions"
+# The Group Policy object's class, and where our stand-in for it (tests/win/fakegpo) keeps the machine policy.
+GPO_CLASS = r"HKCR\CLSID\{EA502722-A23D-11D1-A7D3-0000F87571E3}"
+FAKE_GPO = r"HKCU\Software\LvbhoFakeGpo"
+FORCELIST = FAKE_GPO + r"\Machine\Software\Policies\Google\Chrome\ExtensionInstallForcelist"
+CHROME_POLICY = FAKE_GPO + r"\Machine\Software\Policies\Google\Chrome"
+
 
 def frame(body):
     if isinstance(body, str):
@@ -542,34 +556,29 @@ def install_host(exe, folder, name="LVBHOHost.exe"):
     return folder / name
 
 
-def blackbox_main(description, programs, bind):
-    """The main of a black-box script: reads one required `--name PATH` option per entry of `programs` (pairs of
-    option and help text), makes a prefix, lets `bind(paths, prefix)` set the script's globals (paths by option
-    name without the dashes, with "-" as "_", each resolved) and runs the script's unittest cases; exits with their
-    verdict. Other arguments go to unittest."""
+def blackbox_main(description, programs, namespace):
+    """The main of a black-box script: reads one required `--option PATH` per entry of `programs` (option, help
+    text, the global it sets), makes a prefix, sets those globals (each path resolved) and PREFIX in the script's
+    `namespace` (its globals()), and runs the script's unittest cases; exits with their verdict. Other arguments
+    go to unittest."""
     import argparse
     import sys
 
     parser = argparse.ArgumentParser(description=description)
-    for option, help_text in programs:
-        parser.add_argument(option, required=True, help=help_text)
+    for option, help_text, name in programs:
+        parser.add_argument(option, required=True, help=help_text, dest=name)
     args, rest = parser.parse_known_args()
-    paths = {name: Path(value).resolve() for name, value in vars(args).items()}
+    namespace.update({name: Path(value).resolve() for name, value in vars(args).items()})
     with WinePrefix() as prefix:
-        bind(paths, prefix)
+        namespace["PREFIX"] = prefix
         code = run_unittests([sys.argv[0], *rest], prefix)
     sys.exit(code)
 
 
 def host_and_core_main(description, namespace):
-    """blackbox_main for a script that runs the host with the stand-in core: sets EXE, SIM and PREFIX in the
-    script's `namespace` (its globals())."""
-    def bind(paths, prefix):
-        namespace["EXE"], namespace["SIM"], namespace["PREFIX"] = paths["exe"], paths["sim"], prefix
-    blackbox_main(description, [
-        ("--exe", "path to LVBHOHost.exe"),
-        ("--sim", "path to SimLvEngine.exe, the stand-in core"),
-    ], bind)
+    """blackbox_main for a script that runs the host with the stand-in core: EXE and SIM."""
+    blackbox_main(description, [("--exe", "path to LVBHOHost.exe", "EXE"),
+                                ("--sim", "path to SimLvEngine.exe, the stand-in core", "SIM")], namespace)
 
 
 def decode_log(data):

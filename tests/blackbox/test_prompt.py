@@ -392,16 +392,7 @@ class ChromeTest(unittest.TestCase):
         self.assertEqual((3, -1), (show["CommandError"], show["id"]))
 
 
-def main():
-    def bind(paths, prefix):
-        global EXE, SIM, STUB, PREFIX
-        EXE, SIM, STUB, PREFIX = paths["exe"], paths["sim"], paths["stub_browser"], prefix
-    winhost.blackbox_main(__doc__, [
-        ("--exe", "path to LVBHOHost.exe (LVUI.dll beside it)"),
-        ("--sim", "path to SimLvEngine.exe, the stand-in core"),
-        ("--stub-browser", "path to StubBrowser.exe"),
-    ], bind)
-
-
 if __name__ == "__main__":
-    main()
+    winhost.blackbox_main(__doc__, [("--exe", "path to LVBHOHost.exe (LVUI.dll beside it)", "EXE"),
+                                    ("--sim", "path to SimLvEngine.exe, the stand-in core", "SIM"),
+                                    ("--stub-browser", "path to StubBrowser.exe", "STUB")], globals())

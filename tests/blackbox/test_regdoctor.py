@@ -14,18 +14,14 @@ from pathlib import Path
 
 sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "scripts" / "lib"))
 import winhost  # noqa: E402
+from winhost import (CHROME_EXTENSIONS, CHROME_HOST, FIREFOX_EXTENSIONS, FIREFOX_HOST, INSTALL_DIR,  # noqa: E402
+                     USER_PRODUCT)
 
 EXE = DOCTOR = SIM = PREFIX = None
 
 EDITION = 55
-INSTALL_DIR = "C:\\Program Files\\Lumivar\\"
 CHROME_ID = "dgldcbgpnkooljhfhcjpkojcdnfkepnb"
 FIREFOX_ID = "EdHalo_ffext@lvbho"
-CHROME_HOST = r"HKLM\SOFTWARE\Google\Chrome\NativeMessagingHosts\com.google.chrome.lvbhohost"
-FIREFOX_HOST = r"HKLM\SOFTWARE\Mozilla\NativeMessagingHosts\com.mozilla.firefox.lvbhohost"
-FIREFOX_EXTENSIONS = r"HKLM\SOFTWARE\Mozilla\Firefox\Extensions"
-CHROME_EXTENSIONS = r"HKLM\SOFTWARE\Google\Chrome\Extensions"
-USER_PRODUCT = r"HKCU\Software\Kavrin\Lumivar"
 # The subtrees the switches write, both views, for the before-and-after comparison.
 WATCHED = (r"HKLM\SOFTWARE\Google", r"HKLM\SOFTWARE\Mozilla", r"HKLM\SOFTWARE\Kavrin", r"HKLM\SOFTWARE\Policies",
            r"HKCU\Software")
@@ -198,16 +194,7 @@ class CoreTest(DoctorCase):
         self.assertEqual("pending", block["resultName"])
 
 
-def main():
-    def bind(paths, prefix):
-        global EXE, DOCTOR, SIM, PREFIX
-        EXE, DOCTOR, SIM, PREFIX = paths["exe"], paths["doctor"], paths["sim"], prefix
-    winhost.blackbox_main(__doc__, [
-        ("--exe", "path to LVBHOHost.exe"),
-        ("--doctor", "path to LvRegDoctor.exe"),
-        ("--sim", "path to SimLvEngine.exe, the stand-in core"),
-    ], bind)
-
-
 if __name__ == "__main__":
-    main()
+    winhost.blackbox_main(__doc__, [("--exe", "path to LVBHOHost.exe", "EXE"),
+                                    ("--doctor", "path to LvRegDoctor.exe", "DOCTOR"),
+                                    ("--sim", "path to SimLvEngine.exe, the stand-in core", "SIM")], globals())

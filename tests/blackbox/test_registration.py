@@ -14,20 +14,13 @@ from pathlib import Path
 
 sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "scripts" / "lib"))
 import winhost  # noqa: E402
+from winhost import (CHROME_EXTENSIONS, CHROME_HOST, CHROME_POLICY, FAKE_GPO, FIREFOX_EXTENSIONS,  # noqa: E402
+                     FIREFOX_HOST, FORCELIST, GPO_CLASS, INSTALL_DIR, USER_PRODUCT)
 
 EXE = FAKEGPO = STUB_CHROME = PREFIX = None
 
-INSTALL_DIR = "C:\\Program Files\\Lumivar\\"
-CHROME_HOST = r"HKLM\SOFTWARE\Google\Chrome\NativeMessagingHosts\com.google.chrome.lvbhohost"
-FIREFOX_HOST = r"HKLM\SOFTWARE\Mozilla\NativeMessagingHosts\com.mozilla.firefox.lvbhohost"
 PRODUCT = r"HKLM\Software\Kavrin\Lumivar"
-USER_PRODUCT = r"HKCU\Software\Kavrin\Lumivar"
-FIREFOX_EXTENSIONS = r"HKLM\SOFTWARE\Mozilla\Firefox\Extensions"
-CHROME_EXTENSIONS = r"HKLM\SOFTWARE\Google\Chrome\Extensions"
-GPO_CLSID = r"HKCR\CLSID\{EA502722-A23D-11D1-A7D3-0000F87571E3}\InprocServer32"
-FAKE_GPO = r"HKCU\Software\LvbhoFakeGpo"
-FORCELIST = FAKE_GPO + r"\Machine\Software\Policies\Google\Chrome\ExtensionInstallForcelist"
-CHROME_POLICY = FAKE_GPO + r"\Machine\Software\Policies\Google\Chrome"
+GPO_CLSID = GPO_CLASS + r"\InprocServer32"
 APP_PATHS_CHROME = r"HKLM\Software\Microsoft\Windows\CurrentVersion\App Paths\chrome.exe"
 
 
@@ -317,16 +310,7 @@ class ChromePolicyTest(RegistrationCase):
         self.assertEqual([], self.saves())
 
 
-def main():
-    def bind(paths, prefix):
-        global EXE, FAKEGPO, STUB_CHROME, PREFIX
-        EXE, FAKEGPO, STUB_CHROME, PREFIX = paths["exe"], paths["fakegpo"], paths["stub_chrome"], prefix
-    winhost.blackbox_main(__doc__, [
-        ("--exe", "path to LVBHOHost.exe"),
-        ("--fakegpo", "path to FakeGpo.dll, the Group Policy object's stand-in"),
-        ("--stub-chrome", "path to StubChrome.exe"),
-    ], bind)
-
-
 if __name__ == "__main__":
-    main()
+    winhost.blackbox_main(__doc__, [("--exe", "path to LVBHOHost.exe", "EXE"),
+                                    ("--fakegpo", "path to FakeGpo.dll (Group Policy stand-in)", "FAKEGPO"),
+                                    ("--stub-chrome", "path to StubChrome.exe", "STUB_CHROME")], globals())

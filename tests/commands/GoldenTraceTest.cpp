@@ -3,13 +3,12 @@
 // people who debug the host and the core follow a request, so every one of them, and their order, is pinned here.
 
 #include "commands/CommandHandler.h"
-#include "config/MemoryRegistry.h"
 #include "corelink/CoreLink.h"
 #include "messaging/JsonCppWrapper.h"
 #include "tests/fakes/FakeCoreObjects.h"
 #include "tests/fakes/FakeHandlerPlatform.h"
-#include "tests/fakes/FakeLogSink.h"
 #include "tests/fakes/RecordingKeySender.h"
+#include "tests/fakes/TracingLog.h"
 
 #include <gtest/gtest.h>
 
@@ -24,8 +23,7 @@ struct Traced
 {
     Traced()
     {
-        registry.SetString("HKLM\\SOFTWARE\\Kavrin\\Lumivar", "lvDebugSupport", "LVBHOHost;52");
-        EXPECT_EQ(1, log.Open(registry, "LVBHOHost"));
+        EXPECT_EQ(1, traces.opened);
         objects.RunCore();
         objects.m_block.requestCode = 1;
         // The core completes each request at once, enrolled, with `result`.
@@ -41,33 +39,20 @@ struct Traced
     {
         EXPECT_TRUE(request.Parse(requestText));
         handler = std::make_unique<CLVBHOCommandHandler>(request, services);
-        sink.m_debugOutput.clear(); // the skip list's loading is not the request's
+        traces.sink.m_debugOutput.clear(); // the skip list's loading is not the request's
         return *handler;
     }
-
-    // The texts of the log lines written so far (after each line's header).
-    Lines Texts() const
-    {
-        Lines texts;
-        for (const std::string& line : sink.m_debugOutput)
-        {
-            if (line != "\r\n")
-                texts.push_back(line.substr(line.find(":)-") + 3));
-        }
-        return texts;
-    }
+    Lines Texts() const { return traces.Texts(); }
 
     std::uint32_t result = 0;
     std::uint32_t flags = 0;
-    CMemoryRegistry registry;
-    CFakeLogSink sink;
-    CDebugLog log{sink};
+    TracingLog traces;
     CFakeCoreObjects objects;
-    CCoreLink link{objects, log};
+    CCoreLink link{objects, traces.log};
     JsonCPPWrapper request;
     CFakeHandlerPlatform platform;
     CRecordingKeySender keys;
-    HandlerServices services{platform, link, registry, keys, log};
+    HandlerServices services{platform, link, traces.registry, keys, traces.log};
     std::unique_ptr<CLVBHOCommandHandler> handler;
 };
 

@@ -1,9 +1,7 @@
 #include "prompt/PromptController.h"
 
 #include "messaging/JsonCppWrapper.h"
-#include "tests/fakes/FakePromptUi.h"
-#include "tests/fakes/HandlerWorld.h"
-#include "tests/fakes/StringStreams.h"
+#include "tests/fakes/PromptWorld.h"
 
 #include <gtest/gtest.h>
 
@@ -16,18 +14,15 @@ constexpr WindowId kOwnWindow = 0x500;
 constexpr WindowId kBrowser = 0x700;
 constexpr WindowId kCoreWindow = 0x900;
 
-struct Prompt : HandlerWorld
+struct Prompt : PromptWorld
 {
     explicit Prompt(const char* browserName = "chrome", std::int32_t zoom = 166, std::int32_t desktopWidth = 1920)
+        : PromptWorld(kOwnWindow, zoom, desktopWidth)
     {
         link.m_block.hostContext = kCoreWindow;
-        handler = std::make_unique<CLVBHOCommandHandler>(request, services);
         handler->SetBrowserName(browserName);
         // The handler keeps the core's window from a pending validation.
         SetCoreWindow();
-        controller = std::make_unique<CPromptController>(
-            CPromptController::Services{*handler, writer, json, prompt, pin, desktop}, kOwnWindow, zoom,
-            desktopWidth);
         desktop.m_windows[kBrowser] = {browserName == std::string("firefox") ? "MozillaWindowClass"
                                                                               : "Chrome_WidgetWin_1",
                                        "\\Device\\HarddiskVolume1\\Program Files\\Browser\\firefox.exe", 0, false};
@@ -61,15 +56,6 @@ struct Prompt : HandlerWorld
                 return true;
         return false;
     }
-
-    std::unique_ptr<CLVBHOCommandHandler> handler;
-    CStringSink out;
-    CResponseWriter writer{out, log};
-    JsonCPPWrapper json;
-    CFakePromptDialog prompt;
-    CFakePinDialog pin;
-    CFakePromptDesktop desktop;
-    std::unique_ptr<CPromptController> controller;
 };
 
 BHOCopyData Result(std::uint32_t devId, std::int32_t status, const char* message = "")

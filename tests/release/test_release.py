@@ -27,17 +27,11 @@ ROOT = Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(ROOT / "scripts" / "lib"))
 import distpack  # noqa: E402
 import winhost  # noqa: E402
+from winhost import CHROME_HOST, FAKE_GPO, FIREFOX_HOST, FORCELIST, GPO_CLASS, INSTALL_DIR  # noqa: E402
 
 DIST = PROBE = FAKEGPO = PREFIX = None
 
-INSTALL_DIR = "C:\\Program Files\\Lumivar\\"
-PRODUCT = r"HKLM\Software\Kavrin\Lumivar"
-CHROME_HOST = r"HKLM\SOFTWARE\Google\Chrome\NativeMessagingHosts\com.google.chrome.lvbhohost"
-FIREFOX_HOST = r"HKLM\SOFTWARE\Mozilla\NativeMessagingHosts\com.mozilla.firefox.lvbhohost"
 UNINSTALL = r"HKLM\Software\Microsoft\Windows\CurrentVersion\Uninstall"
-GPO_CLASS = r"HKCR\CLSID\{EA502722-A23D-11D1-A7D3-0000F87571E3}"
-FAKE_GPO = r"HKCU\Software\LvbhoFakeGpo"
-FORCELIST = FAKE_GPO + r"\Machine\Software\Policies\Google\Chrome\ExtensionInstallForcelist"
 HOST_KEY = r"HKLM\Software\Kavrin\LVBHOHost"
 # msiexec's ERROR_INSTALL_FAILURE, as Wine passes it to Linux: only the low byte of an exit code survives.
 INSTALL_FAILURE = 1603 & 0xFF
@@ -441,16 +435,8 @@ def load_tests(loader, tests, pattern):
     return suite
 
 
-def main():
-    def bind(paths, prefix):
-        global DIST, PROBE, FAKEGPO, PREFIX
-        DIST, PROBE, FAKEGPO, PREFIX = paths["dist"], paths["probe"], paths["fakegpo"], prefix
-    winhost.blackbox_main(__doc__, [
-        ("--dist", "the release folder that make dist wrote"),
-        ("--probe", "path to FileInfoProbe.exe"),
-        ("--fakegpo", "path to FakeGpo.dll, the stand-in for the local Group Policy object"),
-    ], bind)
-
-
 if __name__ == "__main__":
-    main()
+    winhost.blackbox_main(__doc__, [("--dist", "the release folder that make dist wrote", "DIST"),
+                                    ("--probe", "path to FileInfoProbe.exe", "PROBE"),
+                                    ("--fakegpo", "path to FakeGpo.dll (Group Policy stand-in)", "FAKEGPO")],
+                          globals())

@@ -7,9 +7,7 @@
 #include "commands/CommandHandler.h"
 #include "corelink/ThreadChecker.h"
 #include "prompt/PromptController.h"
-#include "tests/fakes/FakePromptUi.h"
-#include "tests/fakes/HandlerWorld.h"
-#include "tests/fakes/StringStreams.h"
+#include "tests/fakes/PromptWorld.h"
 
 #include <gtest/gtest.h>
 
@@ -25,26 +23,14 @@ constexpr const char* kCheckRequest = "{\"DocumentTitle\":\"Sign in\",\"WebUrl\"
                                       "\"unamefield\":\"user\",\"passfieldname\":\"pwd\"}";
 
 // The handler and the prompt as the UI thread makes them, Firefox's window in front.
-struct TwoThreads : HandlerWorld
+struct TwoThreads : PromptWorld
 {
-    TwoThreads()
+    TwoThreads() : PromptWorld(kOwnWindow, 166, 1920)
     {
-        handler = std::make_unique<CLVBHOCommandHandler>(request, services);
-        controller = std::make_unique<CPromptController>(
-            CPromptController::Services{*handler, writer, json, prompt, pin, desktop}, kOwnWindow, 166, 1920);
         desktop.m_windows[kBrowser] = {"MozillaWindowClass",
                                        "\\Device\\HarddiskVolume1\\Program Files\\Browser\\firefox.exe", 0, false};
         desktop.m_foreground = kBrowser;
     }
-
-    std::unique_ptr<CLVBHOCommandHandler> handler;
-    CStringSink out;
-    CResponseWriter writer{out, log};
-    JsonCPPWrapper json;
-    CFakePromptDialog prompt;
-    CFakePinDialog pin;
-    CFakePromptDesktop desktop;
-    std::unique_ptr<CPromptController> controller;
 };
 } // namespace
 

@@ -6,6 +6,7 @@
 #include "host/MessagingPlatformWin.h"
 #include "tests/fakes/FakeLogSink.h"
 #include "tests/fakes/FakeMessagingPlatform.h"
+#include "tests/fakes/TracingLog.h"
 
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -125,30 +126,20 @@ TEST(CoreObjectsWinTest, OnlyTheHostThatMadeTheBlockInitialisesIt)
 
 TEST(CoreObjectsWinTest, TheMakerResetsTheBlockBeforeItRegistersTheWakeUpAndLogs)
 {
-    CMemoryRegistry registry;
-    registry.SetString("HKLM\\SOFTWARE\\Kavrin\\Lumivar", "lvDebugSupport", "win_tests;52");
-    CFakeLogSink sink;
-    sink.m_exeName = "win_tests.exe";
-    CDebugLog log(sink);
-    ASSERT_EQ(1, log.Open(registry, "win_tests"));
+    TracingLog traces("win_tests");
+    ASSERT_EQ(1, traces.opened);
     CFakeProcessQuery processes; // a core runs, so the reset takes the block mutex and traces it
     processes.m_processes = {{77, kCoreProcessName}};
-    CCoreObjectsWin objects(processes, log);
-    CCoreLink link(objects, log);
+    CCoreObjectsWin objects(processes, traces.log);
+    CCoreLink link(objects, traces.log);
 
     ASSERT_EQ(1, objects.InitSharedMemory(link));
 
     ASSERT_TRUE(objects.CreatedMapping()) << "another process of this prefix holds the block";
-    std::vector<std::string> lines;
-    for (const std::string& line : sink.m_debugOutput)
-    {
-        if (line != "\r\n")
-            lines.push_back(line.substr(line.find(":)-") + 3)); // the text after the header
-    }
     const std::vector<std::string> expected = {"CMutexLock:: Lock Enter", "CMutexLock:: Locked Exit",
                                                "CMutexLock:: UnLock Enter - 1", "CMutexLock:: UnLocked",
                                                "InitSharedMemory"};
-    EXPECT_EQ(expected, lines);
+    EXPECT_EQ(expected, traces.Texts());
     EXPECT_EQ(1u, objects.Block()->requestCode);
     EXPECT_EQ(0xFFFFFFFFu, static_cast<std::uint32_t>(objects.Block()->result));
 }

@@ -4,6 +4,7 @@
 #include "framework/MsgWindow.h"
 #include "framework/Unique.h"
 #include "tests/fakes/FakeLogSink.h"
+#include "tests/fakes/TracingLog.h"
 
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -132,19 +133,15 @@ TEST(PumpingWaitWinTest, TheUntimedWaitReturnsWhenAnotherThreadSignals)
 
 TEST(PumpingWaitWinTest, TheWaitIsTracedAtLevelFiftyTwo)
 {
-    CMemoryRegistry registry;
-    registry.SetString("HKLM\\SOFTWARE\\Kavrin\\Lumivar", "lvDebugSupport", "win_tests;52");
-    CFakeLogSink sink;
-    sink.m_exeName = "win_tests.exe";
-    CDebugLog log(sink);
-    ASSERT_EQ(1, log.Open(registry, "win_tests"));
+    TracingLog traces("win_tests");
+    ASSERT_EQ(1, traces.opened);
     CHandle event(::CreateEventA(nullptr, TRUE, FALSE, nullptr));
 
-    EXPECT_EQ(0, WaitPumpingWin(event.Get(), 50, log));
+    EXPECT_EQ(0, WaitPumpingWin(event.Get(), 50, traces.log));
 
     std::string all;
-    for (const std::string& line : sink.m_debugOutput)
-        all += line;
+    for (const std::string& line : traces.Texts())
+        all += line + "\n";
     EXPECT_NE(std::string::npos, all.find("Entering LVBHOWaitWithMessageLoop"));
     EXPECT_NE(std::string::npos, all.find("Something else happened so breaking from loop"));
     EXPECT_NE(std::string::npos, all.find("Exiting LVBHOWaitWithMessageLoop"));
