@@ -24,6 +24,7 @@ test: build test-linux test-fuzz test-wine e2e test-release
 # The portable tests with ASan and UBSan; then the thread contract (the command handler and the prompt driven from
 # two threads at once) with ThreadSanitizer, where any reported race fails the run.
 test-linux: build-tsan
+	scripts/check-format
 	ctest --preset linux-debug
 	TSAN_OPTIONS=halt_on_error=1 build/linux-tsan/bin/thread_tests
 

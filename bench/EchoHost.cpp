@@ -21,7 +21,8 @@ int main()
     {
         unsigned char header[4] = {0, 0, 0, 0};
         std::cin.read(reinterpret_cast<char*>(header), 4);
-        const std::uint32_t length = header[0] | header[1] << 8 | header[2] << 16 | static_cast<std::uint32_t>(header[3]) << 24;
+        const std::uint32_t length =
+            header[0] | header[1] << 8 | header[2] << 16 | static_cast<std::uint32_t>(header[3]) << 24;
         if (length == 0)
             break;
         frame.assign(reinterpret_cast<const char*>(header), 4);

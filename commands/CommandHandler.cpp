@@ -280,9 +280,8 @@ std::uint32_t CLVBHOCommandHandler::CheckSkipList()
         return kStatusArgumentMissing;
     // Changes made while the host runs count from the next check on.
     LoadSkipList();
-    const bool skipped = std::any_of(m_skipList.begin(), m_skipList.end(), [&](const std::string& entry) {
-        return domain.find(entry) != std::string::npos;
-    });
+    const bool skipped = std::any_of(m_skipList.begin(), m_skipList.end(),
+                                     [&](const std::string& entry) { return domain.find(entry) != std::string::npos; });
     m_reply.SetInt("skipped", skipped ? 1 : 0);
     return kStatusSuccess;
 }

@@ -67,10 +67,14 @@ public:
 #if defined(__GNUC__)
     __attribute__((format(printf, 2, 3)))
 #endif
-    void Write(const char* format, ...) const;
+    void
+    Write(const char* format, ...) const;
 
     // A test seam: the host itself never turns scrambling off.
-    void SetScramble(bool scramble) noexcept { m_scramble = scramble; }
+    void SetScramble(bool scramble) noexcept
+    {
+        m_scramble = scramble;
+    }
 
 private:
     ILogSink& m_sink;

@@ -4,8 +4,8 @@
 
 #include <cstdint>
 
-using RegHandle = std::uintptr_t;  // an HKEY's value; 0 is "no key"
-using RegResult = std::int32_t;    // a Win32 error code, as RegOpenKeyExA returns it
+using RegHandle = std::uintptr_t; // an HKEY's value; 0 is "no key"
+using RegResult = std::int32_t;   // a Win32 error code, as RegOpenKeyExA returns it
 
 constexpr RegResult kRegOk = 0;
 constexpr RegResult kRegFileNotFound = 2;

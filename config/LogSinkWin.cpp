@@ -2,8 +2,8 @@
 
 #include "framework/Unique.h"
 
-#include <windows.h>
 #include <psapi.h>
+#include <windows.h>
 
 #include <cstdio>
 #include <ctime>

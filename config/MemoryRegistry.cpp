@@ -87,8 +87,8 @@ CMemoryRegistry::Node* CMemoryRegistry::NodeFor(RegHandle key, std::string* path
     return open->second.node;
 }
 
-CMemoryRegistry::Node* CMemoryRegistry::Resolve(RegHandle parent, const char* subKey, std::uint32_t access,
-                                                bool create, bool& created, std::string& path)
+CMemoryRegistry::Node* CMemoryRegistry::Resolve(RegHandle parent, const char* subKey, std::uint32_t access, bool create,
+                                                bool& created, std::string& path)
 {
     created = false;
     Node* node = NodeFor(parent, &path);
@@ -96,8 +96,8 @@ CMemoryRegistry::Node* CMemoryRegistry::Resolve(RegHandle parent, const char* su
         return nullptr;
     std::vector<std::string> parts = SplitPath(subKey ? subKey : "");
     // A 64-bit process sees the 32-bit view of HKLM\Software under Wow6432Node.
-    if (parent == kHkeyLocalMachine && (access & kKeyWow64_32Key) && !parts.empty() &&
-        Upper(parts[0]) == "SOFTWARE" && (parts.size() < 2 || Upper(parts[1]) != "WOW6432NODE"))
+    if (parent == kHkeyLocalMachine && (access & kKeyWow64_32Key) && !parts.empty() && Upper(parts[0]) == "SOFTWARE" &&
+        (parts.size() < 2 || Upper(parts[1]) != "WOW6432NODE"))
         parts.insert(parts.begin() + 1, "Wow6432Node");
     for (const std::string& part : parts)
     {
@@ -290,8 +290,8 @@ RegResult CMemoryRegistry::DeleteKey(RegHandle parent, const char* subKey, std::
     return kRegOk;
 }
 
-RegResult CMemoryRegistry::OpenKeyTransacted(RegHandle parent, const char* subKey, std::uint32_t access,
-                                             RegHandle& key, std::uintptr_t)
+RegResult CMemoryRegistry::OpenKeyTransacted(RegHandle parent, const char* subKey, std::uint32_t access, RegHandle& key,
+                                             std::uintptr_t)
 {
     if (!m_transactedAvailable)
         return kRegNotAvailable;

@@ -63,7 +63,7 @@ private:
     {
         std::string name;
         std::map<std::string, std::unique_ptr<Node>> children; // by upper-cased name
-        std::map<std::string, Value> values;                    // by upper-cased name
+        std::map<std::string, Value> values;                   // by upper-cased name
     };
 
     Node* Resolve(RegHandle parent, const char* subKey, std::uint32_t access, bool create, bool& created,

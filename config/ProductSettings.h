@@ -14,7 +14,7 @@ inline constexpr const char* kChromeExtensionFoundValue = "ChromeBHO";
 struct ProductInfo
 {
     std::string installDir;
-    int oem = 0;   // the edition code; chooses extension ids, pages and folders at registration
+    int oem = 0; // the edition code; chooses extension ids, pages and folders at registration
     int pmode = 0;
     std::string productVer;
     std::string webVersion;

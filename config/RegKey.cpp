@@ -12,8 +12,8 @@ RegResult CRegTransactionManager::OpenKey(RegHandle parent, const char* subKey, 
     return IRegistry::kRegNotAvailable;
 }
 
-RegResult CRegTransactionManager::CreateKey(RegHandle parent, const char* subKey, std::uint32_t access,
-                                            RegHandle& key, std::uint32_t* disposition)
+RegResult CRegTransactionManager::CreateKey(RegHandle parent, const char* subKey, std::uint32_t access, RegHandle& key,
+                                            std::uint32_t* disposition)
 {
     if (m_transaction != 0)
         return m_registry.CreateKeyTransacted(parent, subKey, access, key, disposition, m_transaction);
@@ -73,8 +73,7 @@ RegResult CRegKey::QueryStringValue(const char* name, char* buffer, std::uint32_
 {
     std::uint32_t type = 0;
     std::uint32_t bytes = size;
-    const RegResult result =
-        m_registry.QueryValue(m_key, name, &type, reinterpret_cast<std::uint8_t*>(buffer), &bytes);
+    const RegResult result = m_registry.QueryValue(m_key, name, &type, reinterpret_cast<std::uint8_t*>(buffer), &bytes);
     size = 0;
     if (result != kRegOk)
         return result;
@@ -106,8 +105,7 @@ RegResult CRegKey::QueryDWORDValue(const char* name, std::uint32_t& value)
     std::uint32_t type = 0;
     std::uint32_t read = 0;
     std::uint32_t size = sizeof(read);
-    const RegResult result =
-        m_registry.QueryValue(m_key, name, &type, reinterpret_cast<std::uint8_t*>(&read), &size);
+    const RegResult result = m_registry.QueryValue(m_key, name, &type, reinterpret_cast<std::uint8_t*>(&read), &size);
     if (result != kRegOk)
         return result;
     if (type != kRegDword || size != sizeof(read))
@@ -118,8 +116,7 @@ RegResult CRegKey::QueryDWORDValue(const char* name, std::uint32_t& value)
 
 RegResult CRegKey::SetDWORDValue(const char* name, std::uint32_t value)
 {
-    return m_registry.SetValue(m_key, name, kRegDword, reinterpret_cast<const std::uint8_t*>(&value),
-                               sizeof(value));
+    return m_registry.SetValue(m_key, name, kRegDword, reinterpret_cast<const std::uint8_t*>(&value), sizeof(value));
 }
 
 RegResult CRegKey::SetStringValue(const char* name, const char* text)

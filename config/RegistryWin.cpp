@@ -16,8 +16,8 @@ RegHandle FromHkey(HKEY key)
 
 using RegDeleteKeyExAFn = LONG(WINAPI*)(HKEY, LPCSTR, REGSAM, DWORD);
 using RegOpenKeyTransactedAFn = LONG(WINAPI*)(HKEY, LPCSTR, DWORD, REGSAM, PHKEY, HANDLE, PVOID);
-using RegCreateKeyTransactedAFn = LONG(WINAPI*)(HKEY, LPCSTR, DWORD, LPSTR, DWORD, REGSAM,
-                                                const LPSECURITY_ATTRIBUTES, PHKEY, LPDWORD, HANDLE, PVOID);
+using RegCreateKeyTransactedAFn = LONG(WINAPI*)(HKEY, LPCSTR, DWORD, LPSTR, DWORD, REGSAM, const LPSECURITY_ATTRIBUTES,
+                                                PHKEY, LPDWORD, HANDLE, PVOID);
 using RegDeleteKeyTransactedAFn = LONG(WINAPI*)(HKEY, LPCSTR, REGSAM, DWORD, HANDLE, PVOID);
 
 // Looked up in the already loaded Advapi32.dll; null where the system lacks it.
@@ -45,8 +45,7 @@ RegResult CRegistryWin::CreateKey(RegHandle parent, const char* subKey, std::uin
 {
     HKEY created = nullptr;
     DWORD how = 0;
-    const LONG result =
-        ::RegCreateKeyExA(ToHkey(parent), subKey, 0, nullptr, 0, access, nullptr, &created, &how);
+    const LONG result = ::RegCreateKeyExA(ToHkey(parent), subKey, 0, nullptr, 0, access, nullptr, &created, &how);
     if (result == ERROR_SUCCESS)
     {
         key = FromHkey(created);
@@ -77,8 +76,8 @@ RegResult CRegistryWin::EnumValue(RegHandle key, std::uint32_t index, char* name
     DWORD nameChars = nameSize ? *nameSize : 0;
     DWORD valueType = 0;
     DWORD bytes = dataSize ? *dataSize : 0;
-    const LONG result = ::RegEnumValueA(ToHkey(key), index, name, &nameChars, nullptr, &valueType, data,
-                                        dataSize ? &bytes : nullptr);
+    const LONG result =
+        ::RegEnumValueA(ToHkey(key), index, name, &nameChars, nullptr, &valueType, data, dataSize ? &bytes : nullptr);
     if (nameSize)
         *nameSize = nameChars;
     if (type)
@@ -135,8 +134,8 @@ RegResult CRegistryWin::OpenKeyTransacted(RegHandle parent, const char* subKey, 
     return result;
 }
 
-RegResult CRegistryWin::CreateKeyTransacted(RegHandle parent, const char* subKey, std::uint32_t access,
-                                            RegHandle& key, std::uint32_t* disposition, std::uintptr_t transaction)
+RegResult CRegistryWin::CreateKeyTransacted(RegHandle parent, const char* subKey, std::uint32_t access, RegHandle& key,
+                                            std::uint32_t* disposition, std::uintptr_t transaction)
 {
     const auto create = LookUp<RegCreateKeyTransactedAFn>("RegCreateKeyTransactedA");
     if (create == nullptr)

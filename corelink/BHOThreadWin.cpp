@@ -31,8 +31,7 @@ bool CBHOThread::Start(IJsonMessage& request, CResponseWriter& writer)
     const HANDLE waitFor[2] = {m_hReadyEvent.Get(), Handle()};
     for (;;)
     {
-        const DWORD outcome =
-            ::MsgWaitForMultipleObjectsEx(2, waitFor, INFINITE, QS_ALLINPUT, MWMO_INPUTAVAILABLE);
+        const DWORD outcome = ::MsgWaitForMultipleObjectsEx(2, waitFor, INFINITE, QS_ALLINPUT, MWMO_INPUTAVAILABLE);
         if (outcome == WAIT_OBJECT_0)
             return m_pHandler != nullptr;
         if (outcome != WAIT_OBJECT_0 + 2)

@@ -166,7 +166,7 @@ std::int32_t CCoreLink::ValidateUser()
         return 0;
     // A failed wait counts as granted, as the core's own clients have always treated it.
     return m_objects.WaitEither(CoreEvent::ValidationDenied, CoreEvent::ValidationGranted) == WaitOutcome::First ? 0
-                                                                                                                   : 1;
+                                                                                                                 : 1;
 }
 
 void CCoreLink::PostExtensionInstalled()

@@ -11,8 +11,8 @@ int CCoreObjectsWin::InitSharedMemory(ICoreLink& link)
     if (!InitNullDaclAttributes(attributes, descriptor))
         return 0;
 
-    m_mapping.Attach(::CreateFileMappingA(INVALID_HANDLE_VALUE, &attributes, PAGE_READWRITE, 0,
-                                          sizeof(BHOSharedData), kSharedBlockName));
+    m_mapping.Attach(::CreateFileMappingA(INVALID_HANDLE_VALUE, &attributes, PAGE_READWRITE, 0, sizeof(BHOSharedData),
+                                          kSharedBlockName));
     if (!m_mapping.IsValid())
         return 0;
     m_createdMapping = ::GetLastError() != ERROR_ALREADY_EXISTS;
@@ -110,9 +110,12 @@ WaitOutcome CCoreObjectsWin::WaitEither(CoreEvent first, CoreEvent second)
         return WaitOutcome::Failed;
     switch (::WaitForMultipleObjects(2, handles, FALSE, INFINITE))
     {
-    case WAIT_OBJECT_0: return WaitOutcome::First;
-    case WAIT_OBJECT_0 + 1: return WaitOutcome::Second;
-    default: return WaitOutcome::Failed;
+    case WAIT_OBJECT_0:
+        return WaitOutcome::First;
+    case WAIT_OBJECT_0 + 1:
+        return WaitOutcome::Second;
+    default:
+        return WaitOutcome::Failed;
     }
 }
 

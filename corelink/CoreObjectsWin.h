@@ -40,8 +40,7 @@ public:
     bool IsProcessRunning(const char* name) override;
     WindowId FindCoreWindow() override;
     void AllowSetForeground(std::uint32_t processId) override { ::AllowSetForegroundWindow(processId); }
-    void PostRegistered(WindowId window, const char* messageName, std::uintptr_t wParam,
-                        std::intptr_t lParam) override;
+    void PostRegistered(WindowId window, const char* messageName, std::uintptr_t wParam, std::intptr_t lParam) override;
 
     HANDLE EventHandle(CoreEvent event) const noexcept { return m_events[static_cast<int>(event)].Get(); }
     // The id of the core's wake-up message, registered with the objects.

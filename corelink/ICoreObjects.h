@@ -10,7 +10,7 @@ using WindowId = std::uintptr_t;
 
 enum class WaitOutcome
 {
-    First,  // the first object of the pair ended the wait
+    First, // the first object of the pair ended the wait
     Second,
     Failed,
 };

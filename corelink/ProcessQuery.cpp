@@ -15,8 +15,7 @@ std::uint32_t FindProcessInList(const std::vector<NamedProcess>& processes, cons
     return 0;
 }
 
-std::string BuildProcessQuery(const char* name, bool withCommandLine, std::uint32_t session,
-                              std::uint32_t ownSession)
+std::string BuildProcessQuery(const char* name, bool withCommandLine, std::uint32_t session, std::uint32_t ownSession)
 {
     const char* select = withCommandLine ? "ProcessId,CommandLine" : "ProcessId";
     const std::string wanted = name ? name : "";

@@ -63,5 +63,4 @@ struct NamedProcess
 std::uint32_t FindProcessInList(const std::vector<NamedProcess>& processes, const char* name, std::uint32_t selfId);
 
 // The WQL text for FindProcessByWmi. `ownSession` stands in for kOwnSession.
-std::string BuildProcessQuery(const char* name, bool withCommandLine, std::uint32_t session,
-                              std::uint32_t ownSession);
+std::string BuildProcessQuery(const char* name, bool withCommandLine, std::uint32_t session, std::uint32_t ownSession);

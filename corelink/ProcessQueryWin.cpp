@@ -100,11 +100,10 @@ std::uint32_t CProcessQueryWin::FindProcessByWmi(const char* name, std::string* 
         return 0;
     CComPtr<IWbemServices> services;
     CBstr nameSpace("ROOT\\CIMV2");
-    if (FAILED(locator->ConnectServer(nameSpace.Get(), nullptr, nullptr, nullptr, 0, nullptr, nullptr,
-                                      services.Out())))
+    if (FAILED(locator->ConnectServer(nameSpace.Get(), nullptr, nullptr, nullptr, 0, nullptr, nullptr, services.Out())))
         return 0;
-    if (FAILED(::CoSetProxyBlanket(services.Get(), RPC_C_AUTHN_WINNT, RPC_C_AUTHZ_NONE, nullptr,
-                                   RPC_C_AUTHN_LEVEL_CALL, RPC_C_IMP_LEVEL_IMPERSONATE, nullptr, EOAC_NONE)))
+    if (FAILED(::CoSetProxyBlanket(services.Get(), RPC_C_AUTHN_WINNT, RPC_C_AUTHZ_NONE, nullptr, RPC_C_AUTHN_LEVEL_CALL,
+                                   RPC_C_IMP_LEVEL_IMPERSONATE, nullptr, EOAC_NONE)))
         return 0;
 
     CComPtr<IEnumWbemClassObject> results;

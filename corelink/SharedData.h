@@ -13,19 +13,19 @@
 // The shared block: a file mapping of 5428 bytes, guarded by the block mutex. Strings are NUL-terminated ANSI.
 struct BHOSharedData
 {
-    std::uint64_t hostContext;   // filled by the core with its window when it leaves a validation pending
-    std::uint64_t hostWindow;    // the host window the core answers to, written with each request
-    char field0[260];            // zeroed at reset, not written by the host
-    char requestUser[260];       // user name of the current save or validate request
-    char requestKey[260];        // site key of the current request
-    char field3[260];            // never touched by the host, not even at reset
-    char requestDisplay[260];    // display name of the login
-    char fieldScript[2048];      // the field script: tag tokens joined by "+"
-    char valueScript[2048];      // the value list: NUL-terminated strings back to back
-    std::uint32_t valueCount;    // number of strings in valueScript
-    std::uint32_t flags;         // kFlag* bits
-    std::uint32_t requestCode;   // the request now posted; 1 after reset
-    std::uint32_t result;        // the core's answer; kResultPending while open
+    std::uint64_t hostContext; // filled by the core with its window when it leaves a validation pending
+    std::uint64_t hostWindow;  // the host window the core answers to, written with each request
+    char field0[260];          // zeroed at reset, not written by the host
+    char requestUser[260];     // user name of the current save or validate request
+    char requestKey[260];      // site key of the current request
+    char field3[260];          // never touched by the host, not even at reset
+    char requestDisplay[260];  // display name of the login
+    char fieldScript[2048];    // the field script: tag tokens joined by "+"
+    char valueScript[2048];    // the value list: NUL-terminated strings back to back
+    std::uint32_t valueCount;  // number of strings in valueScript
+    std::uint32_t flags;       // kFlag* bits
+    std::uint32_t requestCode; // the request now posted; 1 after reset
+    std::uint32_t result;      // the core's answer; kResultPending while open
 };
 
 // The WM_COPYDATA record exchanged with the core (dwData 1, cbData 788).
@@ -114,20 +114,20 @@ inline constexpr std::size_t kSharedScriptSize = 2048;
 inline constexpr std::uint32_t kCopyDataKind = 1; // COPYDATASTRUCT::dwData
 
 // Bits of BHOSharedData::flags.
-inline constexpr std::uint32_t kFlagAnswerYes = 0x01;    // the core's yes/no answer to a save or validate request
-inline constexpr std::uint32_t kFlagNotEnrolled = 0x04;  // the user is not enrolled with the core
-inline constexpr std::uint32_t kFlagValidating = 0x08;   // set by the host while a user validation runs
-inline constexpr std::uint32_t kFlagCancellable = 0x20;  // a request is open and may be cancelled
+inline constexpr std::uint32_t kFlagAnswerYes = 0x01;   // the core's yes/no answer to a save or validate request
+inline constexpr std::uint32_t kFlagNotEnrolled = 0x04; // the user is not enrolled with the core
+inline constexpr std::uint32_t kFlagValidating = 0x08;  // set by the host while a user validation runs
+inline constexpr std::uint32_t kFlagCancellable = 0x20; // a request is open and may be cancelled
 
 inline constexpr std::uint32_t kResultPending = 0xFFFFFFFF;
-inline constexpr std::uint32_t kResultFillScript = 2;    // the core left a fill script in the block
-inline constexpr std::uint32_t kResultNoPrompt = 12;     // answer to request 9: remember without a prompt
-inline constexpr std::uint32_t kResultVaultSelect = 13;  // a pending validation that needs a vault choice
+inline constexpr std::uint32_t kResultFillScript = 2;   // the core left a fill script in the block
+inline constexpr std::uint32_t kResultNoPrompt = 12;    // answer to request 9: remember without a prompt
+inline constexpr std::uint32_t kResultVaultSelect = 13; // a pending validation that needs a vault choice
 
 // Request codes.
 inline constexpr std::uint32_t kRequestIsKnown = 1;
 inline constexpr std::uint32_t kRequestStore = 2;
-inline constexpr std::uint32_t kRequestIdle = 5;  // recorded only; rings no event
+inline constexpr std::uint32_t kRequestIdle = 5; // recorded only; rings no event
 inline constexpr std::uint32_t kRequestCancel = 6;
 inline constexpr std::uint32_t kRequestLookUp = 8;
 inline constexpr std::uint32_t kRequestNoPromptQuery = 9;
@@ -172,12 +172,27 @@ constexpr bool RequestEventFor(std::uint32_t code, CoreEvent& event)
 {
     switch (code)
     {
-    case 1: event = CoreEvent::RequestA; return true;
-    case 2: event = CoreEvent::RequestC; return true;
-    case 3: case 4: case 9: case 10: event = CoreEvent::RequestD; return true;
-    case 6: event = CoreEvent::RequestE; return true;
-    case 7: case 8: event = CoreEvent::RequestB; return true;
-    default: return false;
+    case 1:
+        event = CoreEvent::RequestA;
+        return true;
+    case 2:
+        event = CoreEvent::RequestC;
+        return true;
+    case 3:
+    case 4:
+    case 9:
+    case 10:
+        event = CoreEvent::RequestD;
+        return true;
+    case 6:
+        event = CoreEvent::RequestE;
+        return true;
+    case 7:
+    case 8:
+        event = CoreEvent::RequestB;
+        return true;
+    default:
+        return false;
     }
 }
 

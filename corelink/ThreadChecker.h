@@ -42,5 +42,5 @@ public:
     bool CalledOnValidThread() const { return true; }
     void Detach() {}
 };
-#define LVBHO_CHECK_THREAD(checker) ((void)0)
+#define LVBHO_CHECK_THREAD(checker) static_cast<void>(checker)
 #endif

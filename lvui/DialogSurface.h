@@ -76,7 +76,7 @@ private:
     CBrush m_cardBrush;
     CBrush m_chipBrush;
     CBrush m_errorBrush;
-    HWND m_owner = nullptr; // borrowed: the host's window that learns the choices
+    HWND m_owner = nullptr;          // borrowed: the host's window that learns the choices
     mutable bool m_reported = false; // an answer was given for the current showing
 
     std::string m_page;

@@ -29,9 +29,7 @@ std::size_t CountJsonValues(const char* text, std::size_t limit)
     return values;
 }
 
-JsonCPPWrapper::JsonCPPWrapper(ITextCodec* codec) : m_codec(codec ? *codec : ProcessTextCodec())
-{
-}
+JsonCPPWrapper::JsonCPPWrapper(ITextCodec* codec) : m_codec(codec ? *codec : ProcessTextCodec()) {}
 
 template <typename Read>
 auto JsonCPPWrapper::Guard(Read read, decltype(read()) fallback) -> decltype(read())

@@ -17,8 +17,8 @@ std::u16string CTextCodecWin::AnsiToWide(const char* text)
 
 int CTextCodecWin::Utf8Length(const std::u16string& wide)
 {
-    return ::WideCharToMultiByte(CP_UTF8, 0, reinterpret_cast<const wchar_t*>(wide.c_str()), -1, nullptr, 0,
-                                 nullptr, nullptr);
+    return ::WideCharToMultiByte(CP_UTF8, 0, reinterpret_cast<const wchar_t*>(wide.c_str()), -1, nullptr, 0, nullptr,
+                                 nullptr);
 }
 
 std::uint32_t CTextCodecWin::LastError()

@@ -33,8 +33,8 @@ bool InstallFocusHook(CBHOThread* thread)
     // One hook serves every prompt window the process makes: a second would deliver each event twice.
     if (g_hook.load())
         return true;
-    HWINEVENTHOOK hook = ::SetWinEventHook(1, 0x7FFFFFFF, nullptr, OnWinEvent, 0, 0,
-                                           WINEVENT_OUTOFCONTEXT | WINEVENT_SKIPOWNPROCESS);
+    HWINEVENTHOOK hook =
+        ::SetWinEventHook(1, 0x7FFFFFFF, nullptr, OnWinEvent, 0, 0, WINEVENT_OUTOFCONTEXT | WINEVENT_SKIPOWNPROCESS);
     if (hook)
         g_hook = hook;
     return hook != nullptr;

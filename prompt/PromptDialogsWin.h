@@ -15,8 +15,8 @@ public:
 
     bool Exists() override { return m_dialog.IsWindow() != FALSE; }
     bool IsVisible() override { return m_dialog.IsWindowVisible() != FALSE; }
-    bool Show(WindowId parent, const std::string& page, std::int32_t x, std::int32_t y, std::int32_t w,
-              std::int32_t h, const std::string& text) override
+    bool Show(WindowId parent, const std::string& page, std::int32_t x, std::int32_t y, std::int32_t w, std::int32_t h,
+              const std::string& text) override
     {
         return ShowBHOPromptUI(&m_dialog, reinterpret_cast<HWND>(parent), m_owner, WS_CHILD, page.c_str(), x, y, w, h,
                                text.c_str()) != 0;

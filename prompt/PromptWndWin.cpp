@@ -3,7 +3,6 @@
 #include "corelink/RegisteredMessagesWin.h"
 #include "prompt/BrowserTrackerWin.h"
 
-
 namespace
 {
 constexpr const char* kUnknownBrowser = "unkown"; // so spelled by the handler for an unknown browser
@@ -29,7 +28,8 @@ CBHOPromptWnd::~CBHOPromptWnd()
 
 void CBHOPromptWnd::DestroyDialogs()
 {
-    for (CKvrnDhtmlDlg* dialog : {static_cast<CKvrnDhtmlDlg*>(&m_promptDialog), static_cast<CKvrnDhtmlDlg*>(&m_pinDialog)})
+    for (CKvrnDhtmlDlg* dialog :
+         {static_cast<CKvrnDhtmlDlg*>(&m_promptDialog), static_cast<CKvrnDhtmlDlg*>(&m_pinDialog)})
         if (dialog->IsWindow())
             dialog->DestroyWindow();
 }
@@ -69,8 +69,8 @@ bool CBHOPromptWnd::OnMessage(UINT message, WPARAM wParam, LPARAM lParam, LRESUL
     if (!m_controller)
     {
         // Without a handler the prompt's requests are answered 1 and nothing else happens.
-        for (const UINT prompt : {messages.showPrompt, messages.setPromptPos, messages.hidePrompt, messages.initPromptUi,
-                                  messages.setTabInfo, messages.processPromptUi})
+        for (const UINT prompt : {messages.showPrompt, messages.setPromptPos, messages.hidePrompt,
+                                  messages.initPromptUi, messages.setTabInfo, messages.processPromptUi})
         {
             if (message == prompt)
             {

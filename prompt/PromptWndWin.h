@@ -25,7 +25,6 @@ public:
     // A WinEvent from the focus hook.
     void OnWinEvent(DWORD event, HWND window);
 
-
 protected:
     void OnCreated() override;
     bool OnMessage(UINT message, WPARAM wParam, LPARAM lParam, LRESULT& result) override;

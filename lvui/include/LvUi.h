@@ -118,16 +118,17 @@ private:
     Impl* m_impl;
 };
 
-extern "C" {
-// Creates the dialog's window if needed (style is the window style, 0x40000000 for a child), puts it under `parent`
-// with `owner` as the window that gets "MSG_WM_PROCESSPROMPTUI", switches it to `page`, places it at (x, y) with
-// width `w` (its own width when w is 0; the height is always the page's own at the current zoom, whatever room `h`
-// offers, so that no control is ever cut off), shows `text` and shows the window. Each showing takes one answer: the
-// dialog reports the user's first action only (a PIN dialog again after UpdateBadPin). Non-zero on success.
-LVUI_API int ShowBHOPromptUI(CLVUIDhtmlDlg* dialog, HWND parent, HWND owner, DWORD style, const char* page, int x,
-                             int y, int w, int h, const char* text);
+extern "C"
+{
+    // Creates the dialog's window if needed (style is the window style, 0x40000000 for a child), puts it under `parent`
+    // with `owner` as the window that gets "MSG_WM_PROCESSPROMPTUI", switches it to `page`, places it at (x, y) with
+    // width `w` (its own width when w is 0; the height is always the page's own at the current zoom, whatever room `h`
+    // offers, so that no control is ever cut off), shows `text` and shows the window. Each showing takes one answer:
+    // the dialog reports the user's first action only (a PIN dialog again after UpdateBadPin). Non-zero on success.
+    LVUI_API int ShowBHOPromptUI(CLVUIDhtmlDlg* dialog, HWND parent, HWND owner, DWORD style, const char* page, int x,
+                                 int y, int w, int h, const char* text);
 
-// Keyboard navigation (Tab, Shift+Tab, Enter, Esc) for the dialogs: the UI thread's message loop offers every message
-// here first and skips it when this returns non-zero.
-LVUI_API BOOL LvUiPreTranslateMessage(MSG* msg);
+    // Keyboard navigation (Tab, Shift+Tab, Enter, Esc) for the dialogs: the UI thread's message loop offers every
+    // message here first and skips it when this returns non-zero.
+    LVUI_API BOOL LvUiPreTranslateMessage(MSG* msg);
 }

@@ -73,7 +73,8 @@ Lines Request(int code)
     const std::string n = std::to_string(code);
     return Join({{"LVBHO_SignalEvent 1:: " + n, "LVBHO_SignalEvent 3:: " + n, "WaitForCompleteEvent:: Enter",
                   "WaitForCompleteEvent:: Exit"},
-                 kLock, kUnlock, // result := pending, the request code
+                 kLock,
+                 kUnlock, // result := pending, the request code
                  {"LVBHO_SignalEvent 3.1 reset complete:: " + n, "LVBHO_SignalEvent 3:: " + n,
                   "WaitForCompleteEvent:: Enter", "WaitForCompleteEvent:: Exit"}});
 }
@@ -83,9 +84,9 @@ Lines Request(int code)
 TEST(GoldenTraceTest, StoreLoginData)
 {
     Traced run;
-    CLVBHOCommandHandler& handler =
-        run.Handler("{\"DocumentTitle\":\"Log in\",\"WebUrl\":\"https://www.example.com/login\",\"unamefield\":\"user\","
-                    "\"webPageUserId\":\"alice\",\"passfieldname\":\"pwd\",\"webPagepassword\":\"s3cret\"}");
+    CLVBHOCommandHandler& handler = run.Handler(
+        "{\"DocumentTitle\":\"Log in\",\"WebUrl\":\"https://www.example.com/login\",\"unamefield\":\"user\","
+        "\"webPageUserId\":\"alice\",\"passfieldname\":\"pwd\",\"webPagepassword\":\"s3cret\"}");
 
     EXPECT_EQ(0u, handler.StoreLoginData());
 
@@ -109,14 +110,21 @@ TEST(GoldenTraceTest, CheckAndValidate)
 
     EXPECT_EQ(6u, handler.CheckAndValidate());
 
-    EXPECT_EQ(Join({kLock, kUnlock, // a validation running? (the flags)
-                    kLock, kUnlock, // the block reset
-                    kLock, kUnlock, // the request: user, site key, the host's window
-                    Request(8),     // look the login up
-                    kLock, kUnlock, // the answer bit (the flags)
-                    kLock, kUnlock, // the result
-                    kLock, kUnlock, // the flags
+    EXPECT_EQ(Join({kLock,
+                    kUnlock, // a validation running? (the flags)
+                    kLock,
+                    kUnlock, // the block reset
+                    kLock,
+                    kUnlock,    // the request: user, site key, the host's window
+                    Request(8), // look the login up
+                    kLock,
+                    kUnlock, // the answer bit (the flags)
+                    kLock,
+                    kUnlock, // the result
+                    kLock,
+                    kUnlock, // the flags
                     {"CLVBHOCommandHandler::CheckAndValidate - 13"},
-                    kLock, kUnlock}), // pending: the core's window kept from the block
+                    kLock,
+                    kUnlock}), // pending: the core's window kept from the block
               run.Texts());
 }

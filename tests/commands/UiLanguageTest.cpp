@@ -24,11 +24,11 @@ TEST(UiLanguageTest, SingleNameLanguages)
 TEST(UiLanguageTest, EveryListedPrimaryLanguage)
 {
     const std::pair<unsigned, const char*> table[] = {
-        {1, "Arabic"},     {2, "Bulgarian"}, {5, "Czech"},       {6, "Danish"},     {7, "German"},
-        {8, "Greek"},      {10, "Spanish"},  {11, "Finnish"},    {12, "French"},    {13, "Hebrew"},
-        {14, "Hungarian"}, {16, "Italian"},  {17, "Japanese"},   {18, "Korean"},    {19, "Dutch"},
-        {20, "Norwegian"}, {21, "Polish"},   {24, "Romanian"},   {25, "Russian"},   {27, "Slovak"},
-        {29, "Swedish"},   {31, "Turkish"},  {33, "Indonesian"}, {36, "Slovenian"}, {37, "Estonian"},
+        {1, "Arabic"},     {2, "Bulgarian"},   {5, "Czech"},       {6, "Danish"},     {7, "German"},
+        {8, "Greek"},      {10, "Spanish"},    {11, "Finnish"},    {12, "French"},    {13, "Hebrew"},
+        {14, "Hungarian"}, {16, "Italian"},    {17, "Japanese"},   {18, "Korean"},    {19, "Dutch"},
+        {20, "Norwegian"}, {21, "Polish"},     {24, "Romanian"},   {25, "Russian"},   {27, "Slovak"},
+        {29, "Swedish"},   {31, "Turkish"},    {33, "Indonesian"}, {36, "Slovenian"}, {37, "Estonian"},
         {38, "Latvian"},   {39, "Lithuanian"},
     };
     for (const auto& [primary, name] : table)
@@ -62,7 +62,7 @@ TEST(UiLanguageTest, SerbianAndCroatianShareAPrimaryLanguage)
 
 TEST(UiLanguageTest, UnlistedLanguagesAreEnglish)
 {
-    EXPECT_STREQ("English", UiLanguageName(LanguageId(3, 1)));  // Catalan
+    EXPECT_STREQ("English", UiLanguageName(LanguageId(3, 1))); // Catalan
     EXPECT_STREQ("English", UiLanguageName(LanguageId(9, 2)));
     EXPECT_STREQ("English", UiLanguageName(LanguageId(30, 1))); // Thai
     EXPECT_STREQ("English", UiLanguageName(0));

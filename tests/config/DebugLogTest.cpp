@@ -137,9 +137,9 @@ TEST(DebugLogTest, EntryHasPrefixAndHeaderAndGoesToTheDebuggerPlain)
 
     run.log.Write("count %d", 5);
 
-    EXPECT_EQ((std::vector<std::string>{
-                  "\r\n LVBHOHost : Time:12:34:56:789 - LVBHOHost.exe (PID:1a2b:3c:)-count 5", "\r\n"}),
-              run.sink.m_debugOutput);
+    EXPECT_EQ(
+        (std::vector<std::string>{"\r\n LVBHOHost : Time:12:34:56:789 - LVBHOHost.exe (PID:1a2b:3c:)-count 5", "\r\n"}),
+        run.sink.m_debugOutput);
 }
 
 TEST(DebugLogTest, FileCopyIsScrambled)
@@ -274,11 +274,13 @@ TEST(DebugLogTest, ScrambledNulCutsTheFileCopy)
 {
     OpenedLog run("");
 
-    run.log.Write("%s", "ab\xF6" "cd"); // 0xF6 + 10 wraps to 0
+    run.log.Write("%s", "ab\xF6"
+                        "cd"); // 0xF6 + 10 wraps to 0
 
     const std::string& written = run.sink.m_fileWrites.at(0);
     EXPECT_EQ("kl", written.substr(written.size() - 2)); // 'a' + 10, 'b' + 10, then the end
-    EXPECT_NE(std::string::npos, run.sink.m_debugOutput.at(0).find("ab\xF6" "cd"));
+    EXPECT_NE(std::string::npos, run.sink.m_debugOutput.at(0).find("ab\xF6"
+                                                                   "cd"));
 }
 
 TEST(DebugLogTest, LongLogNameIsCutByTheHeaderBuffer)

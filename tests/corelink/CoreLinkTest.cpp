@@ -100,8 +100,8 @@ TEST(CoreLinkTest, ARequestResetsCompleteRingsItsEventAndWaitsForTheCore)
 
 TEST(CoreLinkTest, EachCodeRingsItsOwnEvent)
 {
-    const std::pair<std::uint32_t, const char*> table[] = {{1, "A"}, {2, "C"}, {3, "D"}, {4, "D"}, {7, "B"},
-                                                           {8, "B"}, {9, "D"}, {10, "D"}};
+    const std::pair<std::uint32_t, const char*> table[] = {{1, "A"}, {2, "C"}, {3, "D"}, {4, "D"},
+                                                           {7, "B"}, {8, "B"}, {9, "D"}, {10, "D"}};
     for (const auto& [code, event] : table)
     {
         Link run;

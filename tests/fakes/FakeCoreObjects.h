@@ -20,8 +20,11 @@ public:
     }
 
     BHOSharedData* Block() override { return m_mapped ? &m_block : nullptr; }
-    bool HasEvent(CoreEvent event) override { static_cast<void>(event);
-        return m_hasEvents; }
+    bool HasEvent(CoreEvent event) override
+    {
+        static_cast<void>(event);
+        return m_hasEvents;
+    }
     void SetEvent(CoreEvent event) override
     {
         m_calls.push_back("Set " + Name(event));
@@ -82,8 +85,7 @@ public:
     {
         m_calls.push_back("AllowSetForeground " + std::to_string(processId));
     }
-    void PostRegistered(WindowId window, const char* messageName, std::uintptr_t wParam,
-                        std::intptr_t lParam) override
+    void PostRegistered(WindowId window, const char* messageName, std::uintptr_t wParam, std::intptr_t lParam) override
     {
         m_calls.push_back("Post " + std::to_string(window) + " " + messageName + " " + std::to_string(wParam) + " " +
                           std::to_string(lParam));
@@ -94,8 +96,8 @@ public:
 
     static std::string Name(CoreEvent event)
     {
-        static const char* const names[kCoreEventCount] = {"A", "B", "C", "D", "Complete", "E", "Denied", "Granted",
-                                                            "Acknowledge"};
+        static const char* const names[kCoreEventCount] = {"A", "B",      "C",       "D",          "Complete",
+                                                           "E", "Denied", "Granted", "Acknowledge"};
         return names[static_cast<int>(event)];
     }
 

@@ -17,7 +17,10 @@ public:
                           std::to_string(lParam));
         return 1;
     }
-    void WaitOnEvent(std::uint32_t timeoutMs) override { m_calls.push_back("WaitOnEvent " + std::to_string(timeoutMs)); }
+    void WaitOnEvent(std::uint32_t timeoutMs) override
+    {
+        m_calls.push_back("WaitOnEvent " + std::to_string(timeoutMs));
+    }
     void SetWaitEvent() override { m_calls.push_back("SetWaitEvent"); }
     void SendCopyData(WindowId target, const BHOCopyData& record) override
     {

@@ -23,8 +23,8 @@ class CFakeDialogBase : public Base
 public:
     bool Exists() override { return m_exists; }
     bool IsVisible() override { return m_exists && m_visible; }
-    bool Show(WindowId parent, const std::string& page, std::int32_t x, std::int32_t y, std::int32_t w,
-              std::int32_t h, const std::string& text) override
+    bool Show(WindowId parent, const std::string& page, std::int32_t x, std::int32_t y, std::int32_t w, std::int32_t h,
+              const std::string& text) override
     {
         m_shows.push_back({parent, page, x, y, w, h, text, m_zoom});
         if (!m_showSucceeds)

@@ -18,10 +18,7 @@ public:
         : m_key(registry), m_saves(saves), m_opens(opens), m_saveWorks(saveWorks)
     {
     }
-    bool OpenMachinePolicy() override
-    {
-        return m_opens && m_key.Create(kHkeyCurrentUser, kMachineSection) == kRegOk;
-    }
+    bool OpenMachinePolicy() override { return m_opens && m_key.Create(kHkeyCurrentUser, kMachineSection) == kRegOk; }
     RegHandle MachineKey() override { return m_key.Handle(); }
     bool Save(const char* toolGuid) override
     {

@@ -9,7 +9,10 @@
 class CRecordingRegistration : public IRegistrationOperations
 {
 public:
-    int RegisterNativeApp(const std::string& extensionId) override { return Record("RegisterNativeApp(" + extensionId + ")"); }
+    int RegisterNativeApp(const std::string& extensionId) override
+    {
+        return Record("RegisterNativeApp(" + extensionId + ")");
+    }
     int UnRegisterNativeApp() override { return Record("UnRegisterNativeApp"); }
     int RegisterChromeGPO() override { return Record("RegisterChromeGPO"); }
     int UnRegisterChromeGPO() override { return Record("UnRegisterChromeGPO"); }

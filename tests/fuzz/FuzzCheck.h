@@ -8,14 +8,14 @@
 #include <cstdlib>
 #include <string>
 
-#define FUZZ_CHECK(condition)                                                                                         \
-    do                                                                                                                \
-    {                                                                                                                 \
-        if (!(condition))                                                                                             \
-        {                                                                                                             \
-            std::fprintf(stderr, "%s:%d: check failed: %s\n", __FILE__, __LINE__, #condition);                       \
-            std::abort();                                                                                             \
-        }                                                                                                             \
+#define FUZZ_CHECK(condition)                                                                                          \
+    do                                                                                                                 \
+    {                                                                                                                  \
+        if (!(condition))                                                                                              \
+        {                                                                                                              \
+            std::fprintf(stderr, "%s:%d: check failed: %s\n", __FILE__, __LINE__, #condition);                         \
+            std::abort();                                                                                              \
+        }                                                                                                              \
     } while (false)
 
 // Well-formed UTF-8, decoded independently of the host's own validator: scalar values in their shortest form, no

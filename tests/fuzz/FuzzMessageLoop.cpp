@@ -26,7 +26,7 @@ void PlayCore(CFakeCoreLink& core, std::uint8_t behaviour)
 {
     core.m_coreRunning = (behaviour & 0x01) == 0;
     core.m_mapped = (behaviour & 0x02) == 0;
-    static const std::uint32_t kResults[] = {kResultPending, 0, 1, kResultFillScript, kResultNoPrompt,
+    static const std::uint32_t kResults[] = {kResultPending,     0, 1, kResultFillScript, kResultNoPrompt,
                                              kResultVaultSelect, 3, 7};
     const std::uint32_t result = kResults[(behaviour >> 2) & 0x07];
     const std::uint32_t flags = ((behaviour & 0x20) ? kFlagAnswerYes : 0) | ((behaviour & 0x40) ? kFlagNotEnrolled : 0);

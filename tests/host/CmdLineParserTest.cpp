@@ -50,9 +50,9 @@ TEST(CmdLineParserTest, FirefoxArgumentsProduceNoSwitch)
 {
     CCmdLineParser parser("\"C:\\Lumivar\\LVBHOHost.exe\" C:\\Lumivar\\lvbhohost-firefox.json lumivar@kavrin.com");
 
-    for (const char* name : {"RegisterNativeApp", "UnRegisterNativeApp", "RegisterChromeGPO", "UnRegisterChromeGPO",
-                             "RegisterFFBHO", "UnRegisterFFBHO", "InstallChromeBHO", "CheckBHOInstalled",
-                             "RegisterChromeBHO", "UnRegisterChromeBHO"})
+    for (const char* name :
+         {"RegisterNativeApp", "UnRegisterNativeApp", "RegisterChromeGPO", "UnRegisterChromeGPO", "RegisterFFBHO",
+          "UnRegisterFFBHO", "InstallChromeBHO", "CheckBHOInstalled", "RegisterChromeBHO", "UnRegisterChromeBHO"})
         EXPECT_FALSE(parser.HasKey(name)) << name;
 }
 

@@ -51,8 +51,8 @@ TEST(HostEntryTest, NoSwitchRunsTheMessageLoopInTheMultithreadedApartment)
 
 TEST(HostEntryTest, NotInstalledPrintsTheMessageAndExitsZeroInEveryMode)
 {
-    for (const char* arguments : {"", "-RegisterNativeApp", "-InstallChromeBHO", "-CheckBHOInstalled",
-                                  "chrome-extension://x/"})
+    for (const char* arguments :
+         {"", "-RegisterNativeApp", "-InstallChromeBHO", "-CheckBHOInstalled", "chrome-extension://x/"})
     {
         EntryRun run(arguments, false);
 
@@ -95,11 +95,26 @@ TEST(HostEntryTest, RegisterAndUnregisterNativeAppTogetherRegisterOnly)
 
 TEST(HostEntryTest, EachUnregisterSwitchAlone)
 {
-    EXPECT_EQ((Calls{"UnRegisterNativeApp"}), [] { EntryRun r("/UnRegisterNativeApp"); r.Run(); return r.Work(); }());
-    EXPECT_EQ((Calls{"CoInitialize", "UnRegisterChromeGPO", "CoUninitialize"}),
-              [] { EntryRun r("-UnRegisterChromeGPO"); r.Run(); return r.Work(); }());
-    EXPECT_EQ((Calls{"UnRegisterFFBHO"}), [] { EntryRun r("-UnRegisterFFBHO"); r.Run(); return r.Work(); }());
-    EXPECT_EQ((Calls{"RegisterChromeBHO(0)"}), [] { EntryRun r("-UnRegisterChromeBHO"); r.Run(); return r.Work(); }());
+    EXPECT_EQ((Calls{"UnRegisterNativeApp"}), [] {
+        EntryRun r("/UnRegisterNativeApp");
+        r.Run();
+        return r.Work();
+    }());
+    EXPECT_EQ((Calls{"CoInitialize", "UnRegisterChromeGPO", "CoUninitialize"}), [] {
+        EntryRun r("-UnRegisterChromeGPO");
+        r.Run();
+        return r.Work();
+    }());
+    EXPECT_EQ((Calls{"UnRegisterFFBHO"}), [] {
+        EntryRun r("-UnRegisterFFBHO");
+        r.Run();
+        return r.Work();
+    }());
+    EXPECT_EQ((Calls{"RegisterChromeBHO(0)"}), [] {
+        EntryRun r("-UnRegisterChromeBHO");
+        r.Run();
+        return r.Work();
+    }());
 }
 
 TEST(HostEntryTest, ChromePolicyRunsInsideItsOwnApartment)

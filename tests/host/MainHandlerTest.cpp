@@ -64,9 +64,9 @@ TEST(MainHandlerTest, StartsAndStopsInTheStatedOrder)
 
     run.Go();
 
-    EXPECT_EQ((Calls{"InitSecurityAttributes", "InitSharedMemory", "StartUiThread", "StopUiThread",
-                     "CloseSharedMemory"}),
-              run.platform.m_calls);
+    EXPECT_EQ(
+        (Calls{"InitSecurityAttributes", "InitSharedMemory", "StartUiThread", "StopUiThread", "CloseSharedMemory"}),
+        run.platform.m_calls);
     // The first and the last thing the handler is asked is to cancel whatever the core still has open.
     EXPECT_EQ((Calls{"CancelIfBusy(1)", "CancelIfBusy(1)", "CancelIfBusy(1)"}), run.platform.m_handlerCalls);
 }
@@ -124,9 +124,9 @@ TEST(MainHandlerTest, EndOfInputAtOnceStillStopsInOrder)
 
     run.Go();
 
-    EXPECT_EQ((Calls{"InitSecurityAttributes", "InitSharedMemory", "StartUiThread", "StopUiThread",
-                     "CloseSharedMemory"}),
-              run.platform.m_calls);
+    EXPECT_EQ(
+        (Calls{"InitSecurityAttributes", "InitSharedMemory", "StartUiThread", "StopUiThread", "CloseSharedMemory"}),
+        run.platform.m_calls);
     EXPECT_EQ((Calls{"CancelIfBusy(1)", "CancelIfBusy(1)"}), run.platform.m_handlerCalls);
     EXPECT_EQ("", run.output.Bytes());
 }

@@ -3,8 +3,8 @@
 #include "config/MemoryRegistry.h"
 #include "messaging/JsonCppWrapper.h"
 #include "tests/fakes/FakeLogSink.h"
-#include "tests/fakes/StringStreams.h"
 #include "tests/fakes/JsonText.h"
+#include "tests/fakes/StringStreams.h"
 
 #include <gtest/gtest.h>
 
@@ -122,8 +122,8 @@ TEST(ResponsesTest, FramesFromTwoThreadsStayWhole)
     int frames = 0;
     while (position < bytes.size())
     {
-        const std::uint32_t length = static_cast<unsigned char>(bytes[position]) |
-                                     static_cast<unsigned char>(bytes[position + 1]) << 8;
+        const std::uint32_t length =
+            static_cast<unsigned char>(bytes[position]) | static_cast<unsigned char>(bytes[position + 1]) << 8;
         const std::string body = bytes.substr(position + 4, length);
         ASSERT_TRUE(body == first || body == second) << "frame " << frames << " is split";
         position += 4 + length;

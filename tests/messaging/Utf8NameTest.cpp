@@ -57,36 +57,36 @@ TEST(Utf8NameTest, RefusesOtherControlBytesAndDelete)
 
 TEST(Utf8NameTest, AcceptsWellFormedSequences)
 {
-    EXPECT_TRUE(IsUtf8Text("\xC2\x80"));             // U+0080, lowest two-byte lead
-    EXPECT_TRUE(IsUtf8Text("\xDF\xBF"));             // highest two-byte
-    EXPECT_TRUE(IsUtf8Text("\xE0\xA0\x80"));         // U+0800
-    EXPECT_TRUE(IsUtf8Text("\xE1\x80\x80"));         // lead 225
-    EXPECT_TRUE(IsUtf8Text("\xED\x9F\xBF"));         // U+D7FF, below the surrogates
+    EXPECT_TRUE(IsUtf8Text("\xC2\x80"));     // U+0080, lowest two-byte lead
+    EXPECT_TRUE(IsUtf8Text("\xDF\xBF"));     // highest two-byte
+    EXPECT_TRUE(IsUtf8Text("\xE0\xA0\x80")); // U+0800
+    EXPECT_TRUE(IsUtf8Text("\xE1\x80\x80")); // lead 225
+    EXPECT_TRUE(IsUtf8Text("\xED\x9F\xBF")); // U+D7FF, below the surrogates
     EXPECT_TRUE(IsUtf8Text("\xEE\x80\x80\xEF\xBF\xBF"));
-    EXPECT_TRUE(IsUtf8Text("\xF0\x90\x80\x80"));     // U+10000
+    EXPECT_TRUE(IsUtf8Text("\xF0\x90\x80\x80")); // U+10000
     EXPECT_TRUE(IsUtf8Text("\xF3\xBF\xBF\xBF"));
-    EXPECT_TRUE(IsUtf8Text("\xF4\x8F\xBF\xBF"));     // U+10FFFF
+    EXPECT_TRUE(IsUtf8Text("\xF4\x8F\xBF\xBF")); // U+10FFFF
 }
 
 TEST(Utf8NameTest, RefusesOverlongSurrogateAndOutOfRangeForms)
 {
-    EXPECT_FALSE(IsUtf8Text("\xC0\xAF"));             // overlong "/"
+    EXPECT_FALSE(IsUtf8Text("\xC0\xAF")); // overlong "/"
     EXPECT_FALSE(IsUtf8Text("\xC1\xBF"));
-    EXPECT_FALSE(IsUtf8Text("\xE0\x9F\xBF"));         // overlong three-byte
-    EXPECT_FALSE(IsUtf8Text("\xED\xA0\x80"));         // U+D800, a surrogate
-    EXPECT_FALSE(IsUtf8Text("\xF0\x8F\xBF\xBF"));     // overlong four-byte
-    EXPECT_FALSE(IsUtf8Text("\xF4\x90\x80\x80"));     // above U+10FFFF
+    EXPECT_FALSE(IsUtf8Text("\xE0\x9F\xBF"));     // overlong three-byte
+    EXPECT_FALSE(IsUtf8Text("\xED\xA0\x80"));     // U+D800, a surrogate
+    EXPECT_FALSE(IsUtf8Text("\xF0\x8F\xBF\xBF")); // overlong four-byte
+    EXPECT_FALSE(IsUtf8Text("\xF4\x90\x80\x80")); // above U+10FFFF
     EXPECT_FALSE(IsUtf8Text("\xF5\x80\x80\x80"));
     EXPECT_FALSE(IsUtf8Text("\xFF"));
 }
 
 TEST(Utf8NameTest, RefusesLoneAndTruncatedSequences)
 {
-    EXPECT_FALSE(IsUtf8Text("\x80"));                 // a continuation byte alone
-    EXPECT_FALSE(IsUtf8Text("\xC3"));                 // lead, then the end
+    EXPECT_FALSE(IsUtf8Text("\x80")); // a continuation byte alone
+    EXPECT_FALSE(IsUtf8Text("\xC3")); // lead, then the end
     EXPECT_FALSE(IsUtf8Text("\xE2\x82"));
     EXPECT_FALSE(IsUtf8Text("\xF0\x9F\x98"));
-    EXPECT_FALSE(IsUtf8Text("Caf\xE9"));              // Latin-1
+    EXPECT_FALSE(IsUtf8Text("Caf\xE9")); // Latin-1
 }
 
 TEST(Utf8NameTest, NullGivesFailureAndEmptyResult)

@@ -24,7 +24,7 @@ struct Prompt : PromptWorld
         // The handler keeps the core's window from a pending validation.
         SetCoreWindow();
         desktop.m_windows[kBrowser] = {browserName == std::string("firefox") ? "MozillaWindowClass"
-                                                                              : "Chrome_WidgetWin_1",
+                                                                             : "Chrome_WidgetWin_1",
                                        "\\Device\\HarddiskVolume1\\Program Files\\Browser\\firefox.exe", 0, false};
     }
 
@@ -105,7 +105,8 @@ TEST(PromptControllerTest, CreatingMakesBothDialogsHiddenOnPageOneUnderTheWindow
         const ShowCall& show = shows->front();
         EXPECT_EQ(kOwnWindow, show.parent);
         EXPECT_EQ("1", show.page);
-        EXPECT_EQ((std::vector<std::int32_t>{12, 34, 0, 0}), (std::vector<std::int32_t>{show.x, show.y, show.w, show.h}));
+        EXPECT_EQ((std::vector<std::int32_t>{12, 34, 0, 0}),
+                  (std::vector<std::int32_t>{show.x, show.y, show.w, show.h}));
         EXPECT_EQ("", show.text);
     }
     EXPECT_EQ((std::vector<std::string>{"Hide"}), run.prompt.m_calls);
@@ -178,14 +179,16 @@ TEST(PromptControllerTest, ShowPromptPlacesPageOneInTheBrowserAndSendsItsSize)
     const ShowCall& show = run.prompt.m_shows[0];
     EXPECT_EQ(kBrowser, show.parent);
     EXPECT_EQ("1", show.page);
-    EXPECT_EQ((std::vector<std::int32_t>{100, 80, 420, 260}), (std::vector<std::int32_t>{show.x, show.y, show.w, show.h}));
+    EXPECT_EQ((std::vector<std::int32_t>{100, 80, 420, 260}),
+              (std::vector<std::int32_t>{show.x, show.y, show.w, show.h}));
     EXPECT_EQ("MAIL.EXAMPLE.COM", show.text);
     EXPECT_EQ(166, show.zoom);
     EXPECT_EQ(7, run.controller->PromptId());
-    EXPECT_EQ((std::vector<std::string>{"{\"Devid\":-1,\"command\":\"ValidateAsyncMsg\",\"msg\":\"\",\"orgpromptwidth\":360,"
-                                        "\"promptheight\":1,\"promptwidth\":1920,\"status\":-1,\"strdevid\":\"\","
-                                        "\"tabid\":\"tab-9\"}"}),
-              run.Frames());
+    EXPECT_EQ(
+        (std::vector<std::string>{"{\"Devid\":-1,\"command\":\"ValidateAsyncMsg\",\"msg\":\"\",\"orgpromptwidth\":360,"
+                                  "\"promptheight\":1,\"promptwidth\":1920,\"status\":-1,\"strdevid\":\"\","
+                                  "\"tabid\":\"tab-9\"}"}),
+        run.Frames());
 }
 
 TEST(PromptControllerTest, ShowPromptTakesTheDomainFromTheUrlWhenNoneIsGiven)
@@ -224,7 +227,8 @@ TEST(PromptControllerTest, PromptWidthIsNeverLessThanTheDesktopWidth)
     run.controller->ShowPrompt();
 
     ASSERT_EQ(1u, run.Frames().size());
-    EXPECT_NE(std::string::npos, run.Frames()[0].find("\"orgpromptwidth\":2000,\"promptheight\":1,\"promptwidth\":2000"));
+    EXPECT_NE(std::string::npos,
+              run.Frames()[0].find("\"orgpromptwidth\":2000,\"promptheight\":1,\"promptwidth\":2000"));
 }
 
 TEST(PromptControllerTest, ShowPromptWithoutABrowserInFrontCancelsAndShowsNothing)
@@ -302,7 +306,8 @@ TEST(PromptControllerTest, SetPromptPosOnePixelAwayReplacesBothVisibleDialogs)
     ASSERT_EQ(1u, run.pin.m_shows.size());
     const ShowCall& prompt = run.prompt.m_shows[0];
     const ShowCall& pin = run.pin.m_shows[0];
-    EXPECT_EQ((std::vector<std::int32_t>{101, 80, 420, 260}), (std::vector<std::int32_t>{prompt.x, prompt.y, prompt.w, prompt.h}));
+    EXPECT_EQ((std::vector<std::int32_t>{101, 80, 420, 260}),
+              (std::vector<std::int32_t>{prompt.x, prompt.y, prompt.w, prompt.h}));
     EXPECT_EQ((std::vector<std::int32_t>{101, 260, 420, 80}), (std::vector<std::int32_t>{pin.x, pin.y, pin.w, pin.h}));
     for (const ShowCall* show : {&prompt, &pin})
     {
@@ -440,8 +445,9 @@ TEST(PromptControllerTest, PageFourTurnOnSendsTheNoticeThenAsksTheCoreToValidate
     EXPECT_EQ(-1, run.controller->PromptId());
     const std::vector<std::string> frames = run.Frames();
     ASSERT_EQ(3u, frames.size()); // the size reply, the notice, the answer
-    EXPECT_EQ("{\"Devid\":-1,\"command\":\"ValidateAsyncMsg\",\"msg\":\"\",\"status\":6,\"strdevid\":\"\",\"tabid\":\"t1\"}",
-              frames[1]);
+    EXPECT_EQ(
+        "{\"Devid\":-1,\"command\":\"ValidateAsyncMsg\",\"msg\":\"\",\"status\":6,\"strdevid\":\"\",\"tabid\":\"t1\"}",
+        frames[1]);
     EXPECT_EQ("{\"alwaysremember\":0,\"command\":\"ShowPrompt\",\"id\":7,\"save\":1}", frames[2]);
 }
 
@@ -636,7 +642,8 @@ constexpr WindowId kCoreProgram = 0x801;
 
 void AddWindows(Prompt& run)
 {
-    run.desktop.m_windows[kFirefoxChild] = {"MozillaCompositorWindowClass", "C:\\Firefox\\FIREFOX.EXE", kBrowser, false};
+    run.desktop.m_windows[kFirefoxChild] = {"MozillaCompositorWindowClass", "C:\\Firefox\\FIREFOX.EXE", kBrowser,
+                                            false};
     run.desktop.m_windows[kFirefoxOrphan] = {"MozillaDropShadowWindowClass", "C:\\Firefox\\firefox.exe", 0, false};
     run.desktop.m_windows[kOtherProgram] = {"Notepad", "C:\\Windows\\notepad.exe", 0, false};
     run.desktop.m_windows[kCoreProgram] = {"LvMainWnd", "C:\\Program Files\\Lumivar\\LvEngine.exe", 0, false};
@@ -650,7 +657,8 @@ TEST(FocusTrackingTest, FocusOnFirefoxIsReportedAfterTheMinimiseSettles)
 
     run.controller->OnWinEvent(kEventObjectFocus, kBrowser);
 
-    EXPECT_EQ((std::vector<std::string>{"{\"command\":\"focuschangeevent\",\"focused\":1,\"minimize\":0}"}), run.Frames());
+    EXPECT_EQ((std::vector<std::string>{"{\"command\":\"focuschangeevent\",\"focused\":1,\"minimize\":0}"}),
+              run.Frames());
     EXPECT_EQ((std::vector<std::uint32_t>{150}), run.desktop.m_sleeps);
     EXPECT_EQ(kBrowser, run.controller->LastBrowserWindow());
 }
@@ -662,7 +670,8 @@ TEST(FocusTrackingTest, TheFocusCheckComparesClassesWhateverTheirCase)
 
     run.controller->OnWinEvent(kEventObjectFocus, 0x730);
 
-    EXPECT_EQ((std::vector<std::string>{"{\"command\":\"focuschangeevent\",\"focused\":1,\"minimize\":0}"}), run.Frames());
+    EXPECT_EQ((std::vector<std::string>{"{\"command\":\"focuschangeevent\",\"focused\":1,\"minimize\":0}"}),
+              run.Frames());
     EXPECT_EQ(0x730u, run.controller->LastBrowserWindow());
 }
 
@@ -674,7 +683,8 @@ TEST(FocusTrackingTest, AChildOfFirefoxIsFoundThroughItsParents)
 
     run.controller->OnWinEvent(kEventObjectFocus, kFirefoxChild);
 
-    EXPECT_EQ((std::vector<std::string>{"{\"command\":\"focuschangeevent\",\"focused\":1,\"minimize\":1}"}), run.Frames());
+    EXPECT_EQ((std::vector<std::string>{"{\"command\":\"focuschangeevent\",\"focused\":1,\"minimize\":1}"}),
+              run.Frames());
     EXPECT_EQ(kBrowser, run.controller->LastBrowserWindow());
 }
 
@@ -685,7 +695,8 @@ TEST(FocusTrackingTest, AFirefoxWindowWithoutABrowserAncestorIsNotFocused)
 
     run.controller->OnWinEvent(kEventObjectFocus, kFirefoxOrphan);
 
-    EXPECT_EQ((std::vector<std::string>{"{\"command\":\"focuschangeevent\",\"focused\":0,\"minimize\":0}"}), run.Frames());
+    EXPECT_EQ((std::vector<std::string>{"{\"command\":\"focuschangeevent\",\"focused\":0,\"minimize\":0}"}),
+              run.Frames());
     EXPECT_EQ(0u, run.controller->LastBrowserWindow());
 }
 

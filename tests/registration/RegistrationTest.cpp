@@ -34,14 +34,15 @@ struct Installed
     CRegistration registration{registry, platform, product};
 };
 
-constexpr const char* kChromeHostKey = "HKLM\\SOFTWARE\\Google\\Chrome\\NativeMessagingHosts\\com.google.chrome.lvbhohost";
+constexpr const char* kChromeHostKey =
+    "HKLM\\SOFTWARE\\Google\\Chrome\\NativeMessagingHosts\\com.google.chrome.lvbhohost";
 constexpr const char* kFirefoxHostKey = "HKLM\\SOFTWARE\\Mozilla\\NativeMessagingHosts\\com.mozilla.firefox.lvbhohost";
 constexpr const char* kChromeManifestPath = "C:\\Program Files\\Lumivar\\com.google.chrome.lvbhohost-win.json";
 constexpr const char* kFirefoxManifestPath = "C:\\Program Files\\Lumivar\\com.mozilla.firefox.lvbhohost-win.json";
 const std::string kForcelist = std::string("HKCU\\") + CFakePolicyStore::kMachineSection +
                                "\\Software\\Policies\\Google\\Chrome\\ExtensionInstallForcelist";
-const std::string kChromePolicy = std::string("HKCU\\") + CFakePolicyStore::kMachineSection +
-                                  "\\Software\\Policies\\Google\\Chrome";
+const std::string kChromePolicy =
+    std::string("HKCU\\") + CFakePolicyStore::kMachineSection + "\\Software\\Policies\\Google\\Chrome";
 
 std::string ChromeManifest(const std::string& id)
 {
@@ -389,8 +390,8 @@ TEST(RegistrationTest, TheExternalExtensionKeyLivesInThe32BitView)
 
     EXPECT_EQ(1, run.registration.RegisterChromeBHO(0));
 
-    EXPECT_FALSE(
-        run.registry.HasKey("HKLM\\SOFTWARE\\Wow6432Node\\Google\\Chrome\\Extensions\\ckklpoccipcbjojmlaolfdpbgjehmmpc"));
+    EXPECT_FALSE(run.registry.HasKey(
+        "HKLM\\SOFTWARE\\Wow6432Node\\Google\\Chrome\\Extensions\\ckklpoccipcbjojmlaolfdpbgjehmmpc"));
 }
 
 TEST(RegistrationTest, EditionFiftySixHasNoExternalExtension)
@@ -416,7 +417,8 @@ TEST(RegistrationTest, TheFirefoxExtensionIsRegisteredInBothViewsWithItsOwnPipeL
     EXPECT_EQ(1, run.registration.RegisterFFBHO());
 
     EXPECT_EQ("C:\\Program Files\\Lumivar\\lvbhohost.exe", run.Text("HKLM\\Software\\Kavrin\\Lumivar", "lvbhohost"));
-    EXPECT_EQ("C:\\Program Files\\Lumivar\\lvhostpipe64.dll", run.Text("HKLM\\Software\\Kavrin\\Lumivar", "lvhostpipe"));
+    EXPECT_EQ("C:\\Program Files\\Lumivar\\lvhostpipe64.dll",
+              run.Text("HKLM\\Software\\Kavrin\\Lumivar", "lvhostpipe"));
     EXPECT_EQ("C:\\Program Files\\Lumivar\\lvhostpipe.dll",
               run.Text("HKLM\\Software\\Wow6432Node\\Kavrin\\Lumivar", "lvhostpipe"));
     EXPECT_EQ("C:\\Program Files\\Lumivar\\FFBHOExt",

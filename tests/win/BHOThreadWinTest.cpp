@@ -59,10 +59,7 @@ std::string FirstFrameBody(CLockedSink& sink)
 
 struct UiThread
 {
-    UiThread()
-    {
-        started = objects.InitSharedMemory(link) == 1 && thread.Start(request, writer);
-    }
+    UiThread() { started = objects.InitSharedMemory(link) == 1 && thread.Start(request, writer); }
     ~UiThread() { thread.Stop(); }
 
     HWND Window() { return reinterpret_cast<HWND>(thread.Handler()->Platform().HostWindow()); }
@@ -236,8 +233,7 @@ TEST(BHOThreadWinTest, TheWakeUpMessageSendsTheFillScriptAsFormFill)
     UiThread ui;
     ASSERT_TRUE(ui.started);
     LoginScriptTables tables;
-    WriteLoginScript(tables, ui.link, "EXAMPLE.COM::pwd", "", "https://example.com/", "user", "alice", "pwd",
-                     "secret");
+    WriteLoginScript(tables, ui.link, "EXAMPLE.COM::pwd", "", "https://example.com/", "user", "alice", "pwd", "secret");
 
     ::PostMessageA(ui.Window(), Messages().coreWakeUp, 12, 34);
 

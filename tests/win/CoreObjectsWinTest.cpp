@@ -1,8 +1,8 @@
 #include "corelink/CoreObjectsWin.h"
 
+#include "config/MemoryRegistry.h"
 #include "corelink/CoreLink.h"
 #include "corelink/ProcessQueryWin.h"
-#include "config/MemoryRegistry.h"
 #include "host/MessagingPlatformWin.h"
 #include "tests/fakes/FakeLogSink.h"
 #include "tests/fakes/FakeMessagingPlatform.h"

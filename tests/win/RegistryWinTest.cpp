@@ -134,9 +134,11 @@ TEST(RegistryWinViewTest, ThirtyTwoBitViewIsSeparateAndDeletedOnItsOwn)
     CRegistryWin registry;
     CRegKey key32(registry);
     CRegKey key64(registry);
-    ASSERT_EQ(kRegOk, key32.Create(kHkeyLocalMachine, "Software\\LvbhoViewTest\\Child", kKeyAllAccess | kKeyWow64_32Key));
+    ASSERT_EQ(kRegOk,
+              key32.Create(kHkeyLocalMachine, "Software\\LvbhoViewTest\\Child", kKeyAllAccess | kKeyWow64_32Key));
     ASSERT_EQ(kRegOk, key32.SetStringValue("v", "32"));
-    ASSERT_EQ(kRegOk, key64.Create(kHkeyLocalMachine, "Software\\LvbhoViewTest\\Child", kKeyAllAccess | kKeyWow64_64Key));
+    ASSERT_EQ(kRegOk,
+              key64.Create(kHkeyLocalMachine, "Software\\LvbhoViewTest\\Child", kKeyAllAccess | kKeyWow64_64Key));
     ASSERT_EQ(kRegOk, key64.SetStringValue("v", "64"));
     std::string seen;
     ASSERT_EQ(kRegOk, key32.QueryStringValue("v", seen));

@@ -48,8 +48,8 @@ bool ReadVersionInfo(const std::wstring& path, Json::Value& out)
         out["fixedFileVersion"] = text;
         out["fileType"] = static_cast<Json::UInt>(fixed->dwFileType);
     }
-    for (const wchar_t* name : {L"CompanyName", L"FileDescription", L"FileVersion", L"InternalName",
-                                L"LegalCopyright", L"OriginalFilename", L"ProductName", L"ProductVersion"})
+    for (const wchar_t* name : {L"CompanyName", L"FileDescription", L"FileVersion", L"InternalName", L"LegalCopyright",
+                                L"OriginalFilename", L"ProductName", L"ProductVersion"})
     {
         const std::wstring query = std::wstring(L"\\StringFileInfo\\040904B0\\") + name;
         wchar_t* value = nullptr;
