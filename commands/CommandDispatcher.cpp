@@ -59,7 +59,7 @@ std::string CCommandDispatcher::Dispatch(IJsonMessage& request)
         }
     }
 
-    SetStatus(&response, status);
+    SetStatus(response, status);
     std::string text;
     return response.ToString(text);
 }

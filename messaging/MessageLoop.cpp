@@ -54,7 +54,7 @@ void CMessageLoop::Run()
         {
             if (m_log.Enabled(kTrafficLevel))
                 m_log.Write("MainHandler frame refused - %u bytes", length);
-            SetStatus(&m_response, kStatusInvalidJson);
+            SetStatus(m_response, kStatusInvalidJson);
             m_writer.WriteResponse(m_response.ToString(responseText));
             if (refused && !DiscardFrameBody(m_input, length))
                 break;
@@ -70,7 +70,7 @@ void CMessageLoop::Run()
         }
         else
         {
-            SetStatus(&m_response, kStatusInvalidJson);
+            SetStatus(m_response, kStatusInvalidJson);
             m_response.ToString(responseText);
         }
 

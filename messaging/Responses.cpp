@@ -30,12 +30,10 @@ const char* StatusText(std::uint32_t code)
     }
 }
 
-void SetStatus(IJsonMessage* response, std::uint32_t code)
+void SetStatus(IJsonMessage& response, std::uint32_t code)
 {
-    if (response == nullptr)
-        return;
-    response->SetInt("CommandError", static_cast<int>(code));
-    response->SetString("CommandErrorMsg", StatusText(code));
+    response.SetInt("CommandError", static_cast<int>(code));
+    response.SetString("CommandErrorMsg", StatusText(code));
 }
 
 void CResponseWriter::WriteResponse(std::string response)

@@ -23,8 +23,9 @@ enum StatusCode : std::uint32_t
 // "success", "Invalid Json", ... ; every code of 7 or more is "unknown error".
 const char* StatusText(std::uint32_t code);
 
-// Writes "CommandError" and "CommandErrorMsg"; touches no other member. Does nothing for a null message.
-void SetStatus(IJsonMessage* response, std::uint32_t code);
+// Writes "CommandError" and "CommandErrorMsg"; touches no other member. A message to write into is required: there
+// is no null message to pass.
+void SetStatus(IJsonMessage& response, std::uint32_t code);
 
 // Frames answers onto the browser channel. One lock is held for a whole frame (length, body, flush), so frames
 // written by the main thread and by the UI thread never interleave; the lock does not order them.

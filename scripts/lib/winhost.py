@@ -20,6 +20,7 @@ PRODUCT_KEY = r"HKEY_LOCAL_MACHINE\Software\Kavrin\Lumivar"
 # Where the tests' simulated installation lives, and the keys the registration switches write, as the black-box
 # scripts read them with `reg query`.
 INSTALL_DIR = "C:\\Program Files\\Lumivar\\"
+HOST_WINDOW_CLASS = "LVBHOHOST-0724A61F-4EDA-49AB-936F-C09A46FA9177"  # the host's message and prompt windows
 CHROME_HOST = r"HKLM\SOFTWARE\Google\Chrome\NativeMessagingHosts\com.google.chrome.lvbhohost"
 FIREFOX_HOST = r"HKLM\SOFTWARE\Mozilla\NativeMessagingHosts\com.mozilla.firefox.lvbhohost"
 USER_PRODUCT = r"HKCU\Software\Kavrin\Lumivar"

@@ -34,6 +34,19 @@ def run(stdin_bytes=b"", args=(), **kwargs):
     return winhost.run_host(PREFIX, EXE, stdin_bytes, args, **kwargs)
 
 
+def desktop_probe():
+    """DesktopProbe.exe, built beside the host: what the host's windows and the keyboard look like from inside."""
+    return Path(EXE).parent / "DesktopProbe.exe"
+
+
+def host_windows():
+    """(process id, title) of each message-only window of the host's class, as another process finds them."""
+    result = winhost.run_host(PREFIX, desktop_probe(), args=["windows", winhost.HOST_WINDOW_CLASS], timeout=30)
+    lines = result.stdout.decode("latin-1").splitlines()
+    assert lines and lines[-1] == "end", result.stdout
+    return [tuple(line.split(" ", 1)) for line in lines[:-1]]
+
+
 def get_lang(request_id):
     return json.dumps({"command": "GetLang", "id": request_id}, separators=(",", ":"))
 
@@ -393,14 +406,23 @@ class CoreTest(unittest.TestCase):
                          b'"productver":"9.4.0","releasever":4,"webversion":"9.4.0.12"}}', answer)
         self.assertEqual(0, self.close(host))
 
-    def test_identify_for_firefox_passes_through_the_ui_thread(self):
+    def test_identify_for_firefox_has_the_ui_thread_make_the_prompt_window(self):
         host = self.host()
+        self.ask(host, {"command": "GetLang", "id": 1})
+        before = host_windows()
+        no_prompt = json.loads(self.ask(host, {"command": "HidePrompt", "id": 2}))
 
-        answer = json.loads(self.ask(host, {"command": "Identify", "id": 2, "name": "firefox"}))
-        lang = json.loads(self.ask(host, {"command": "GetLang", "id": 3}))
+        answer = json.loads(self.ask(host, {"command": "Identify", "id": 3, "name": "firefox"}))
 
+        after = host_windows()
+        hidden = json.loads(self.ask(host, {"command": "HidePrompt", "id": 4}))
         self.assertEqual(0, answer["CommandError"])
-        self.assertEqual("English", lang["Lang"])
+        # The message window, titled with the browser's name, gives way to the prompt window, titled "firefox".
+        self.assertEqual(1, len(before), before)
+        self.assertEqual("chrome", before[0][1])
+        self.assertEqual([(before[0][0], "firefox")], after)
+        # Without a prompt window HidePrompt fails; with it, it succeeds.
+        self.assertEqual((3, 0), (no_prompt["CommandError"], hidden["CommandError"]))
         self.assertEqual(0, self.close(host))
 
     def test_identify_for_an_installation_tells_the_core_and_records_it(self):
@@ -657,11 +679,19 @@ class LoginTest(CoreSession):
         self.assertEqual((0, 0), (kept["CommandError"], kept["skipped"]))
         self.assertEqual(4, missing["CommandError"])
 
-    def test_keyevent_is_answered(self):
+    def test_keyevent_types_its_keys_down_only(self):
+        watcher = winhost.start_host(PREFIX, desktop_probe(), args=["keys", "3"])
+        self.addCleanup(winhost.discard_host, watcher)
+        self.assertEqual(b"ready", watcher.stdout.readline().strip())
+
         answer = self.ask({"command": "keyevent", "vk": [65, 66], "sleep": 0})
         self.end()
 
         self.assertEqual(0, answer["CommandError"])
+        seen = watcher.stdout.read().decode("latin-1").split()
+        # The system sees exactly the two key-downs, in order, and no key-up, as the extension expects.
+        self.assertEqual(["65", "down", "66", "down"], seen)
+        self.assertEqual(0, winhost.wait_host(watcher))
 
     def test_broken_texts_never_reach_past_the_blocks_fields(self):
         long_text = "x" * (1 << 20)

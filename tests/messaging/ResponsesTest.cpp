@@ -29,7 +29,7 @@ TEST(ResponsesTest, SetStatusWritesTheTwoMembersOnly)
     JsonCPPWrapper response;
     response.SetString("command", "GetLang");
 
-    SetStatus(&response, 6);
+    SetStatus(response, 6);
 
     EXPECT_EQ("{\"CommandError\":6,\"CommandErrorMsg\":\"vault select\",\"command\":\"GetLang\"}", Text(response));
 }
@@ -38,14 +38,9 @@ TEST(ResponsesTest, SetStatusWritesTheCodeAsTheMessageHasIt)
 {
     JsonCPPWrapper response;
 
-    SetStatus(&response, 4294967295u);
+    SetStatus(response, 4294967295u);
 
     EXPECT_EQ("{\"CommandError\":-1,\"CommandErrorMsg\":\"unknown error\"}", Text(response));
-}
-
-TEST(ResponsesTest, SetStatusOnNullDoesNothing)
-{
-    SetStatus(nullptr, 1);
 }
 
 TEST(ResponsesTest, FrameIsLengthThenBodyThenFlush)
