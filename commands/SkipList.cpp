@@ -25,7 +25,8 @@ std::vector<std::string> ReadSkipList(IRegistry& registry, RegHandle root)
         const auto* text = reinterpret_cast<const char*>(data);
         const std::size_t length = std::min<std::uint32_t>(size, sizeof data);
         const void* end = std::memchr(text, '\0', length);
-        entries.push_back(ToUpperAscii(std::string(text, end ? static_cast<const char*>(end) - text : length)));
+        entries.push_back(ToUpperAscii(
+            std::string(text, end ? static_cast<std::size_t>(static_cast<const char*>(end) - text) : length)));
     }
     return entries;
 }

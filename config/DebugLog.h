@@ -48,7 +48,12 @@ void ScrambleLogLine(std::string& line);
 std::string FormatLogLineAgain(const std::string& line);
 inline constexpr int kMaxFieldWidth = 1024;
 
-std::string FormatLogText(const char* format, std::va_list args);
+// vsnprintf into a string. Marked as printf-like, so that the compiler checks each caller's format and arguments.
+std::string FormatLogText(const char* format, std::va_list args)
+#if defined(__GNUC__)
+    __attribute__((format(printf, 1, 0)))
+#endif
+    ;
 
 class CDebugLog
 {

@@ -23,7 +23,7 @@ std::string TextOf(const std::vector<std::uint8_t>& data)
 {
     const auto* text = reinterpret_cast<const char*>(data.data());
     const void* nul = std::memchr(text, '\0', data.size());
-    return std::string(text, nul ? static_cast<const char*>(nul) - text : data.size());
+    return std::string(text, nul ? static_cast<std::size_t>(static_cast<const char*>(nul) - text) : data.size());
 }
 } // namespace
 
