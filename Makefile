@@ -25,6 +25,7 @@ test: build test-linux test-fuzz test-wine e2e test-release
 # two threads at once) with ThreadSanitizer, where any reported race fails the run.
 test-linux: build-tsan
 	scripts/check-format
+	scripts/run-clang-tidy
 	ctest --preset linux-debug
 	TSAN_OPTIONS=halt_on_error=1 build/linux-tsan/bin/thread_tests
 

@@ -85,14 +85,12 @@ void AppendConversion(std::string& out, std::string flags, int width, int precis
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 #endif
-    if (integer && (conversion == 'd' || conversion == 'i'))
+    if (conversion == 'd' || conversion == 'i' || conversion == 'c') // an int
         written = std::snprintf(buffer, sizeof(buffer), conversionFormat.c_str(), 0);
     else if (integer)
         written = std::snprintf(buffer, sizeof(buffer), conversionFormat.c_str(), 0u);
     else if (floating)
         written = std::snprintf(buffer, sizeof(buffer), conversionFormat.c_str(), 0.0);
-    else if (conversion == 'c')
-        written = std::snprintf(buffer, sizeof(buffer), conversionFormat.c_str(), 0);
     else if (conversion == 's')
         written = std::snprintf(buffer, sizeof(buffer), conversionFormat.c_str(), "(null)");
 #if defined(__GNUC__)

@@ -295,7 +295,7 @@ RegResult CMemoryRegistry::OpenKeyTransacted(RegHandle parent, const char* subKe
 {
     if (!m_transactedAvailable)
         return kRegNotAvailable;
-    m_calls.push_back("transacted");
+    m_calls.emplace_back("transacted");
     return OpenKey(parent, subKey, access, key);
 }
 
@@ -304,7 +304,7 @@ RegResult CMemoryRegistry::CreateKeyTransacted(RegHandle parent, const char* sub
 {
     if (!m_transactedAvailable)
         return kRegNotAvailable;
-    m_calls.push_back("transacted");
+    m_calls.emplace_back("transacted");
     return CreateKey(parent, subKey, access, key, disposition);
 }
 
@@ -313,7 +313,7 @@ RegResult CMemoryRegistry::DeleteKeyTransacted(RegHandle parent, const char* sub
 {
     if (!m_transactedAvailable)
         return kRegNotAvailable;
-    m_calls.push_back("transacted");
+    m_calls.emplace_back("transacted");
     return DeleteKey(parent, subKey, viewFlags);
 }
 

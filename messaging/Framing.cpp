@@ -6,9 +6,9 @@
 
 namespace
 {
-constexpr std::size_t kDiscardChunk = 64 * 1024;
-constexpr std::size_t kFirstBodyChunk = 64 * 1024;
-constexpr std::size_t kWholeBodyAfter = 1024 * 1024;
+constexpr std::size_t kDiscardChunk = std::size_t{64} * 1024;
+constexpr std::size_t kFirstBodyChunk = std::size_t{64} * 1024;
+constexpr std::size_t kWholeBodyAfter = std::size_t{1024} * 1024;
 
 // Reads until `count` bytes have arrived or the source gives nothing more.
 std::size_t ReadFully(IByteSource& source, char* buffer, std::size_t count)

@@ -6,6 +6,7 @@
 #include "registration/Editions.h"
 #include "registration/Manifests.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <vector>
@@ -175,7 +176,7 @@ int CRegistration::RegisterChromeGPO()
         char name[16];
         std::snprintf(name, sizeof name, "%d", count == 0 ? 1 : static_cast<int>(count));
         std::uint8_t data[kForcelistEntrySize] = {};
-        std::memcpy(data, entry.data(), entry.size());
+        std::memcpy(data, entry.c_str(), std::min(entry.size() + 1, sizeof data)); // with its NUL; it always fits
         if (m_registry.SetValue(forcelist.Handle(), name, kRegSz, data, kForcelistEntrySize) != kRegOk)
             return 0;
 
