@@ -15,66 +15,49 @@ void WithApartment(IHostPlatform& platform, Work work)
         platform.ComUninitialize();
 }
 
-// The switch groups, in their fixed order. Returns true when the process is to exit at once.
-bool RunRegistrationSwitches(IHostPlatform& platform, const CCmdLineParser& parser,
-                             IRegistrationOperations& registration, bool& anySwitch)
+// The registration switches, in their fixed order. In an either/or group the first switch wins over the second;
+// a group that ends the process ends it after its own work; the Group Policy object needs a COM apartment.
+struct SwitchGroup
 {
-    // In each either/or group the register switch wins over the unregister switch.
-    if (parser.HasKey("RegisterNativeApp"))
-    {
-        anySwitch = true;
-        registration.RegisterNativeApp(std::string());
-    }
-    else if (parser.HasKey("UnRegisterNativeApp"))
-    {
-        anySwitch = true;
-        registration.UnRegisterNativeApp();
-    }
+    const char* on;
+    const char* off; // nullptr: a switch of its own
+    bool apartment;
+    bool exitsAtOnce;
+    void (*run)(IRegistrationOperations& registration, bool on);
+};
 
-    if (parser.HasKey("RegisterChromeGPO"))
-    {
-        anySwitch = true;
-        WithApartment(platform, [&] { registration.RegisterChromeGPO(); });
-    }
-    else if (parser.HasKey("UnRegisterChromeGPO"))
-    {
-        anySwitch = true;
-        WithApartment(platform, [&] { registration.UnRegisterChromeGPO(); });
-    }
+constexpr SwitchGroup kSwitchGroups[] = {
+    {"RegisterNativeApp", "UnRegisterNativeApp", false, false,
+     [](IRegistrationOperations& r, bool on) { on ? r.RegisterNativeApp(std::string()) : r.UnRegisterNativeApp(); }},
+    {"RegisterChromeGPO", "UnRegisterChromeGPO", true, false,
+     [](IRegistrationOperations& r, bool on) { on ? r.RegisterChromeGPO() : r.UnRegisterChromeGPO(); }},
+    {"RegisterFFBHO", "UnRegisterFFBHO", false, false,
+     [](IRegistrationOperations& r, bool on) { on ? r.RegisterFFBHO() : r.UnRegisterFFBHO(); }},
+    {"InstallChromeBHO", nullptr, false, true, [](IRegistrationOperations& r, bool) { r.InstallChromeBHO(); }},
+    {"CheckBHOInstalled", nullptr, false, true, [](IRegistrationOperations& r, bool) { r.CheckBHOInstalled(); }},
+    {"RegisterChromeBHO", "UnRegisterChromeBHO", false, false,
+     [](IRegistrationOperations& r, bool on) { r.RegisterChromeBHO(on ? 1 : 0); }},
+};
 
-    if (parser.HasKey("RegisterFFBHO"))
+// Runs the switches the command line names. False when it names none: the process is the browser's host then.
+bool RunRegistrationSwitches(IHostPlatform& platform, const CCmdLineParser& parser,
+                             IRegistrationOperations& registration)
+{
+    bool anySwitch = false;
+    for (const SwitchGroup& group : kSwitchGroups)
     {
+        const bool on = parser.HasKey(group.on);
+        if (!on && !(group.off && parser.HasKey(group.off)))
+            continue;
         anySwitch = true;
-        registration.RegisterFFBHO();
+        if (group.apartment)
+            WithApartment(platform, [&] { group.run(registration, on); });
+        else
+            group.run(registration, on);
+        if (group.exitsAtOnce)
+            break;
     }
-    else if (parser.HasKey("UnRegisterFFBHO"))
-    {
-        anySwitch = true;
-        registration.UnRegisterFFBHO();
-    }
-
-    if (parser.HasKey("InstallChromeBHO"))
-    {
-        registration.InstallChromeBHO();
-        return true;
-    }
-    if (parser.HasKey("CheckBHOInstalled"))
-    {
-        registration.CheckBHOInstalled();
-        return true;
-    }
-
-    if (parser.HasKey("RegisterChromeBHO"))
-    {
-        anySwitch = true;
-        registration.RegisterChromeBHO(1);
-    }
-    else if (parser.HasKey("UnRegisterChromeBHO"))
-    {
-        anySwitch = true;
-        registration.RegisterChromeBHO(0);
-    }
-    return false;
+    return anySwitch;
 }
 } // namespace
 
@@ -84,11 +67,6 @@ int RunHostEntry(IHostPlatform& platform, IRegistry& registry, IRegistrationOper
     if (!platform.HasModuleHandle())
     {
         platform.WriteRawOutput("Fatal Error: GetModuleHandle failed\n");
-        return 1;
-    }
-    if (!platform.InitFramework())
-    {
-        platform.WriteRawOutput("Fatal Error: MFC initialization failed\n");
         return 1;
     }
     platform.SetSystemDefaultThreadLocale();
@@ -104,10 +82,7 @@ int RunHostEntry(IHostPlatform& platform, IRegistry& registry, IRegistrationOper
         return 0;
     }
 
-    bool anySwitch = false;
-    if (RunRegistrationSwitches(platform, parser, registration, anySwitch))
-        return 0;
-    if (anySwitch)
+    if (RunRegistrationSwitches(platform, parser, registration))
         return 0;
 
     values.chromeImmersive = IsProcessImmersive(platform.ImmersiveQuery(), "chrome.exe");

@@ -15,8 +15,6 @@ public:
     virtual ~IHostPlatform() = default;
     // GetModuleHandleA(NULL) succeeded.
     virtual bool HasModuleHandle() = 0;
-    // The window and thread framework's process initialisation.
-    virtual bool InitFramework() = 0;
     // SetThreadLocale(LOCALE_SYSTEM_DEFAULT).
     virtual void SetSystemDefaultThreadLocale() = 0;
     virtual std::string CommandLine() = 0;

@@ -49,13 +49,6 @@ bool CHostPlatformWin::HasModuleHandle()
     return ::GetModuleHandleA(nullptr) != nullptr;
 }
 
-bool CHostPlatformWin::InitFramework()
-{
-    // Our framework keeps no process-wide state that needs setting up; the window and thread classes register
-    // and start what they need when they are first used.
-    return true;
-}
-
 void CHostPlatformWin::SetSystemDefaultThreadLocale()
 {
     ::SetThreadLocale(LOCALE_SYSTEM_DEFAULT);

@@ -33,7 +33,6 @@ public:
     CHostPlatformWin(IRegistry& registry, CDebugLog& log) : m_registry(registry), m_log(log) {}
 
     bool HasModuleHandle() override;
-    bool InitFramework() override;
     void SetSystemDefaultThreadLocale() override;
     std::string CommandLine() override;
     void WriteRawOutput(const std::string& text) override;

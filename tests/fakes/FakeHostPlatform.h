@@ -35,7 +35,6 @@ class CFakeHostPlatform : public IHostPlatform
 {
 public:
     bool HasModuleHandle() override { return m_hasModuleHandle; }
-    bool InitFramework() override { return m_frameworkInits; }
     void SetSystemDefaultThreadLocale() override { m_calls.push_back("SetThreadLocale"); }
     std::string CommandLine() override { return m_commandLine; }
     void WriteRawOutput(const std::string& text) override { m_output += text; }
@@ -53,7 +52,6 @@ public:
     }
 
     bool m_hasModuleHandle = true;
-    bool m_frameworkInits = true;
     std::string m_commandLine = "\"C:\\Program Files\\Lumivar\\LVBHOHost.exe\"";
     std::string m_output;
     CFakeImmersiveQuery m_immersive;

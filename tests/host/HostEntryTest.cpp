@@ -74,16 +74,6 @@ TEST(HostEntryTest, MissingModuleHandleIsFatal)
     EXPECT_TRUE(run.platform.m_calls.empty());
 }
 
-TEST(HostEntryTest, FailedFrameworkInitialisationIsFatal)
-{
-    EntryRun run("");
-    run.platform.m_frameworkInits = false;
-
-    EXPECT_EQ(1, run.Run());
-
-    EXPECT_EQ("Fatal Error: MFC initialization failed\n", run.platform.m_output);
-}
-
 TEST(HostEntryTest, RegisterAndUnregisterNativeAppTogetherRegisterOnly)
 {
     EntryRun run("-RegisterNativeApp -UnRegisterNativeApp");
