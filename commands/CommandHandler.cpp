@@ -228,7 +228,7 @@ std::uint32_t CLVBHOCommandHandler::RememberPwdWithoutPrompt()
     {
         CMutexLock lock(m_link);
         if (const BHOSharedData* block = m_link.Block())
-            result = block->result;
+            result = LoadHandshake(*block, HandshakeWord::Result);
     }
     m_reply.SetInt("noprompt", result == kResultNoPrompt ? 1 : 0);
     return kStatusSuccess;

@@ -68,8 +68,8 @@ std::int32_t CCoreLink::WaitForCompleteEvent()
     // Written without the mutex, so that a failed wait can never block on it; the next caller is released too.
     if (BHOSharedData* block = m_objects.Block())
     {
-        block->result = kResultPending;
-        block->requestCode = kRequestCancel;
+        StoreHandshake(*block, HandshakeWord::Result, kResultPending);
+        StoreHandshake(*block, HandshakeWord::RequestCode, kRequestCancel);
     }
     m_objects.SetEvent(CoreEvent::Complete);
     return 0;
@@ -82,21 +82,21 @@ std::int32_t CCoreLink::SignalEvent(std::uint32_t code, std::int32_t wait)
     if (!block)
         return 0;
 
-    if (block->requestCode == kRequestCancel && code == kRequestCancel)
+    if (LoadHandshake(*block, HandshakeWord::RequestCode) == kRequestCancel && code == kRequestCancel)
     {
         // A second cancel while one is open: wait for the first to finish and leave the block idle.
         Trace("LVBHO_SignalEvent 2:: %d", static_cast<int>(code));
         if (WaitForCompleteEvent() == 0)
             return 0;
-        block->result = kResultPending;
-        block->requestCode = kRequestIdle;
+        StoreHandshake(*block, HandshakeWord::Result, kResultPending);
+        StoreHandshake(*block, HandshakeWord::RequestCode, kRequestIdle);
         return 1;
     }
 
     if (code == kRequestCancel)
     {
         // A cancel must pass a request the core is still working on: no wait, no mutex.
-        block->requestCode = kRequestCancel;
+        StoreHandshake(*block, HandshakeWord::RequestCode, kRequestCancel);
     }
     else
     {
@@ -104,8 +104,8 @@ std::int32_t CCoreLink::SignalEvent(std::uint32_t code, std::int32_t wait)
         if (WaitForCompleteEvent() == 0)
             return 0;
         CMutexLock lock(*this);
-        block->result = kResultPending;
-        block->requestCode = code;
+        StoreHandshake(*block, HandshakeWord::Result, kResultPending);
+        StoreHandshake(*block, HandshakeWord::RequestCode, code);
     }
     Trace("LVBHO_SignalEvent 3.1 reset complete:: %d", static_cast<int>(code));
 
@@ -128,7 +128,7 @@ std::int32_t CCoreLink::GetSharedResult()
     if (!block)
         return static_cast<std::int32_t>(kResultPending);
     CMutexLock lock(*this);
-    return static_cast<std::int32_t>(block->result);
+    return static_cast<std::int32_t>(LoadHandshake(*block, HandshakeWord::Result));
 }
 
 std::uint32_t CCoreLink::GetSharedFlags()

@@ -62,6 +62,33 @@ static_assert(offsetof(BHOCopyData, message) == 264, "layout shared with the cor
 static_assert(offsetof(BHOCopyData, status) == 524, "layout shared with the core");
 static_assert(offsetof(BHOCopyData, text2) == 528, "layout shared with the core");
 
+// The two handshake words, `requestCode` and `result`, are written without the block mutex where the core expects
+// it (a cancel, a failed wait), and the host's two threads both ring the core (the prompt cancels from the UI
+// thread). Inside the host they are therefore always read and written whole, as atomics. Both lie on 4-byte
+// boundaries of the page-aligned mapping.
+enum class HandshakeWord : std::size_t
+{
+    RequestCode = offsetof(BHOSharedData, requestCode),
+    Result = offsetof(BHOSharedData, result),
+};
+static_assert(offsetof(BHOSharedData, requestCode) % 4 == 0 && offsetof(BHOSharedData, result) % 4 == 0,
+              "the handshake words are aligned in the mapping");
+
+inline std::uint32_t* HandshakeAddress(BHOSharedData& block, HandshakeWord word)
+{
+    return reinterpret_cast<std::uint32_t*>(reinterpret_cast<char*>(&block) + static_cast<std::size_t>(word));
+}
+inline std::uint32_t LoadHandshake(const BHOSharedData& block, HandshakeWord word)
+{
+    const auto* address =
+        reinterpret_cast<const std::uint32_t*>(reinterpret_cast<const char*>(&block) + static_cast<std::size_t>(word));
+    return __atomic_load_n(address, __ATOMIC_SEQ_CST);
+}
+inline void StoreHandshake(BHOSharedData& block, HandshakeWord word, std::uint32_t value)
+{
+    __atomic_store_n(HandshakeAddress(block, word), value, __ATOMIC_SEQ_CST);
+}
+
 // The block as its creator initialises it (the caller holds the block mutex): both handles 0, the texts and the
 // script empty, no request open, request code 1. `field3` is the core's and keeps its bytes.
 inline void ResetBlockFields(BHOSharedData& block)
@@ -75,9 +102,9 @@ inline void ResetBlockFields(BHOSharedData& block)
     std::memset(block.fieldScript, 0, sizeof block.fieldScript);
     std::memset(block.valueScript, 0, sizeof block.valueScript);
     block.valueCount = 0;
-    block.result = 0xFFFFFFFF;
+    StoreHandshake(block, HandshakeWord::Result, 0xFFFFFFFF);
     block.flags = 0;
-    block.requestCode = 1;
+    StoreHandshake(block, HandshakeWord::RequestCode, 1);
 }
 
 // The one way text goes into a fixed field of the block or of a copy-data record: up to its first NUL, cut to
