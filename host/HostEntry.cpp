@@ -41,27 +41,28 @@ constexpr SwitchGroup kSwitchGroups[] = {
 
 // Runs the switches the command line names. False when it names none: the process is the browser's host then.
 bool RunRegistrationSwitches(IHostPlatform& platform, const CCmdLineParser& parser,
-                             IRegistrationOperations& registration)
+                             const RegistrationFor& registrationFor, const ProductInfo& product)
 {
-    bool anySwitch = false;
+    IRegistrationOperations* registration = nullptr;
     for (const SwitchGroup& group : kSwitchGroups)
     {
         const bool on = parser.HasKey(group.on);
         if (!on && !(group.off && parser.HasKey(group.off)))
             continue;
-        anySwitch = true;
+        if (!registration)
+            registration = &registrationFor(product);
         if (group.apartment)
-            WithApartment(platform, [&] { group.run(registration, on); });
+            WithApartment(platform, [&] { group.run(*registration, on); });
         else
-            group.run(registration, on);
+            group.run(*registration, on);
         if (group.exitsAtOnce)
             break;
     }
-    return anySwitch;
+    return registration != nullptr;
 }
 } // namespace
 
-int RunHostEntry(IHostPlatform& platform, IRegistry& registry, IRegistrationOperations& registration,
+int RunHostEntry(IHostPlatform& platform, IRegistry& registry, const RegistrationFor& registrationFor,
                  ProcessValues& values)
 {
     if (!platform.HasModuleHandle())
@@ -82,7 +83,7 @@ int RunHostEntry(IHostPlatform& platform, IRegistry& registry, IRegistrationOper
         return 0;
     }
 
-    if (RunRegistrationSwitches(platform, parser, registration))
+    if (RunRegistrationSwitches(platform, parser, registrationFor, values.product))
         return 0;
 
     values.chromeImmersive = IsProcessImmersive(platform.ImmersiveQuery(), "chrome.exe");

@@ -7,6 +7,7 @@
 #include "host/ImmersiveCheck.h"
 #include "registration/IRegistrationOperations.h"
 
+#include <functional>
 #include <string>
 
 class IHostPlatform
@@ -30,6 +31,10 @@ public:
 
 inline constexpr const char* kNotInstalledMessage = "Lumivar not found";
 
+// Makes the registration operations for the product just loaded, when a switch is given: they are made only once
+// the product values they work with exist.
+using RegistrationFor = std::function<IRegistrationOperations&(const ProductInfo& product)>;
+
 // Returns the process exit code: 1 only when the process cannot initialise.
-int RunHostEntry(IHostPlatform& platform, IRegistry& registry, IRegistrationOperations& registration,
+int RunHostEntry(IHostPlatform& platform, IRegistry& registry, const RegistrationFor& registrationFor,
                  ProcessValues& values);

@@ -12,6 +12,8 @@
 #include "registration/Registration.h"
 #include "registration/RegistrationPlatformWin.h"
 
+#include <optional>
+
 int main()
 {
     // Before anything can write: frames are bytes, and text mode would rewrite them.
@@ -25,11 +27,14 @@ int main()
     CDebugLog log(logSink);
     CHostPlatformWin platform(registry, log);
     ProcessValues values;
-    // Reads the product values once the entry has loaded them.
+    // Made by the entry with the product values it has loaded, only when a registration switch is given.
     CRegistrationPlatformWin registrationPlatform;
-    CRegistration registration(registry, registrationPlatform, values.product);
+    std::optional<CRegistration> registration;
+    const auto registrationFor = [&](const ProductInfo& product) -> IRegistrationOperations& {
+        return registration.emplace(registry, registrationPlatform, product);
+    };
 
-    const int exitCode = RunHostEntry(platform, registry, registration, values);
+    const int exitCode = RunHostEntry(platform, registry, registrationFor, values);
     SetProcessTextCodec(nullptr);
     return exitCode;
 }

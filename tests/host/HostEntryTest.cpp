@@ -21,7 +21,16 @@ struct EntryRun
         registration.m_calls = &platform.m_calls;
     }
 
-    int Run() { return RunHostEntry(platform, registry, registration, values); }
+    int Run()
+    {
+        return RunHostEntry(
+            platform, registry,
+            [this](const ProductInfo& product) -> IRegistrationOperations& {
+                madeFor.push_back(product.oem);
+                return registration;
+            },
+            values);
+    }
 
     // The calls after the thread locale was set.
     std::vector<std::string> Work() const
@@ -33,6 +42,7 @@ struct EntryRun
     CFakeHostPlatform platform;
     CRecordingRegistration registration;
     ProcessValues values;
+    std::vector<int> madeFor; // the edition of each product the registration was made for
 };
 
 using Calls = std::vector<std::string>;
@@ -72,6 +82,24 @@ TEST(HostEntryTest, MissingModuleHandleIsFatal)
 
     EXPECT_EQ("Fatal Error: GetModuleHandle failed\n", run.platform.m_output);
     EXPECT_TRUE(run.platform.m_calls.empty());
+}
+
+TEST(HostEntryTest, TheRegistrationIsMadeOnceForTheProductJustLoaded)
+{
+    EntryRun run("-RegisterNativeApp -RegisterFFBHO");
+
+    EXPECT_EQ(0, run.Run());
+
+    EXPECT_EQ(std::vector<int>{55}, run.madeFor);
+}
+
+TEST(HostEntryTest, WithoutASwitchNoRegistrationIsMade)
+{
+    EntryRun run("chrome-extension://abc/");
+
+    EXPECT_EQ(0, run.Run());
+
+    EXPECT_TRUE(run.madeFor.empty());
 }
 
 TEST(HostEntryTest, RegisterAndUnregisterNativeAppTogetherRegisterOnly)
