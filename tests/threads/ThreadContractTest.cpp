@@ -77,18 +77,17 @@ TEST(ThreadContractTest, CheckAndValidateWhileThePromptSendsThePinToTheCore)
 
 TEST(ThreadCheckerTest, BindsToTheFirstThreadThatAsksAndRefusesAnother)
 {
+#ifdef NDEBUG
+    GTEST_SKIP() << "release builds check no thread: the debug builds run this test";
+#endif
     CThreadChecker checker;
-    bool elsewhere = true;
+    bool elsewhere = false;
 
     std::thread first([&] { elsewhere = checker.CalledOnValidThread(); });
     first.join();
 
-#ifndef NDEBUG
     EXPECT_TRUE(elsewhere);
     EXPECT_FALSE(checker.CalledOnValidThread());
     checker.Detach();
     EXPECT_TRUE(checker.CalledOnValidThread());
-#else
-    EXPECT_TRUE(elsewhere && checker.CalledOnValidThread()); // release builds check nothing
-#endif
 }
