@@ -11,8 +11,10 @@
 #include <imm.h>
 #include <objbase.h>
 
-CBHOThread::CBHOThread(ICoreLink& link, IRegistry& registry, const CDebugLog& log, bool immersive)
-    : m_link(link), m_registry(registry), m_log(log), m_immersive(immersive)
+#include <utility>
+
+CBHOThread::CBHOThread(const CDebugLog& log, HandlerFactory makeHandler)
+    : m_log(log), m_makeHandler(std::move(makeHandler))
 {
     m_hReadyEvent.Attach(::CreateEventA(ProcessSecurityAttributes(), TRUE, FALSE, nullptr));
 }
@@ -61,8 +63,7 @@ bool CBHOThread::InitInstance()
     ::PeekMessageA(&message, nullptr, WM_USER, WM_USER, PM_NOREMOVE);
 
     m_pPlatform = std::make_unique<CHandlerPlatformWin>(ThreadId(), *m_pWriter, m_log);
-    const HandlerServices services{*m_pPlatform, m_link, m_registry, m_keys, m_log, m_immersive};
-    m_pHandler = std::make_unique<CLVBHOCommandHandler>(*m_pRequest, services);
+    m_pHandler = m_makeHandler(*m_pPlatform, *m_pRequest);
     // The window comes last, once the handler it forwards to exists.
     if (!m_pPlatform->ReplaceWindow(std::make_unique<CBHOWnd>(*m_pWriter), m_pHandler.get()))
     {

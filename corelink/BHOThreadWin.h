@@ -3,20 +3,23 @@
 // the command handler live here: the thread owns COM for itself, pumps its messages (the core's among them) and
 // runs the work the main thread hands it by thread message.
 
-#include "autofill/KeySenderWin.h"
 #include "commands/CommandHandler.h"
-#include "config/IRegistry.h"
 #include "corelink/HandlerPlatformWin.h"
 #include "framework/UIThread.h"
 #include "framework/Unique.h"
 
+#include <functional>
 #include <memory>
 
 class CBHOThread : public CUIThread
 {
 public:
-    // `immersive`: whether Chrome runs immersive, for the handler.
-    CBHOThread(ICoreLink& link, IRegistry& registry, const CDebugLog& log, bool immersive = false);
+    // Makes the command handler, on this thread, once the thread's own window platform exists. The composition
+    // root says what the handler is made of; the thread only says when and where.
+    using HandlerFactory =
+        std::function<std::unique_ptr<CLVBHOCommandHandler>(IHandlerPlatform& platform, IJsonMessage& request)>;
+
+    CBHOThread(const CDebugLog& log, HandlerFactory makeHandler);
     ~CBHOThread() override;
 
     // Creates the thread suspended, hands it the request message and the writer, resumes it and waits, serving
@@ -42,11 +45,8 @@ protected:
     bool OnThreadMessage(const MSG& message) override;
 
 private:
-    ICoreLink& m_link;
-    IRegistry& m_registry;
     const CDebugLog& m_log;
-    bool m_immersive;
-    CKeySenderWin m_keys;
+    HandlerFactory m_makeHandler;
     CHandle m_hReadyEvent;
     IJsonMessage* m_pRequest = nullptr;
     CResponseWriter* m_pWriter = nullptr;

@@ -62,8 +62,7 @@ bool RunRegistrationSwitches(IHostPlatform& platform, const CCmdLineParser& pars
 }
 } // namespace
 
-int RunHostEntry(IHostPlatform& platform, IRegistry& registry, const RegistrationFor& registrationFor,
-                 ProcessValues& values)
+int RunHostEntry(IHostPlatform& platform, IRegistry& registry, const HostModes& modes, ProcessValues& values)
 {
     if (!platform.HasModuleHandle())
     {
@@ -83,13 +82,13 @@ int RunHostEntry(IHostPlatform& platform, IRegistry& registry, const Registratio
         return 0;
     }
 
-    if (RunRegistrationSwitches(platform, parser, registrationFor, values.product))
+    if (RunRegistrationSwitches(platform, parser, modes.registrationFor, values.product))
         return 0;
 
     values.chromeImmersive = IsProcessImmersive(platform.ImmersiveQuery(), "chrome.exe");
 
     const bool owed = platform.ComInitialize(true);
-    platform.RunMainHandler(values);
+    modes.runMessaging(values);
     if (owed)
         platform.ComUninitialize();
     return 0;

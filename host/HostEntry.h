@@ -26,7 +26,6 @@ public:
     // CoInitialize(NULL) (apartment) or CoInitializeEx(NULL, 0) (multithreaded); true when CoUninitialize is owed.
     virtual bool ComInitialize(bool multithreaded) = 0;
     virtual void ComUninitialize() = 0;
-    virtual void RunMainHandler(ProcessValues& values) = 0;
 };
 
 inline constexpr const char* kNotInstalledMessage = "Lumivar not found";
@@ -35,6 +34,15 @@ inline constexpr const char* kNotInstalledMessage = "Lumivar not found";
 // the product values they work with exist.
 using RegistrationFor = std::function<IRegistrationOperations&(const ProductInfo& product)>;
 
+// Messaging mode, run inside the multithreaded apartment once the product values are complete.
+using RunMessaging = std::function<void(ProcessValues& values)>;
+
+// The two modes as the composition root makes them.
+struct HostModes
+{
+    RegistrationFor registrationFor;
+    RunMessaging runMessaging;
+};
+
 // Returns the process exit code: 1 only when the process cannot initialise.
-int RunHostEntry(IHostPlatform& platform, IRegistry& registry, const RegistrationFor& registrationFor,
-                 ProcessValues& values);
+int RunHostEntry(IHostPlatform& platform, IRegistry& registry, const HostModes& modes, ProcessValues& values);

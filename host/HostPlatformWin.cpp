@@ -1,14 +1,10 @@
 #include "host/HostPlatformWin.h"
 
 #include "framework/Unique.h"
-#include "host/MainHandler.h"
-#include "host/MessagingPlatformWin.h"
-#include "messaging/StdStreamsWin.h"
 
 #include <objbase.h>
 #include <tlhelp32.h>
 
-#include <cstdio>
 #include <iostream>
 
 IsImmersiveProcessFn LookUpIsImmersiveProcess()
@@ -80,13 +76,4 @@ bool CHostPlatformWin::ComInitialize(bool multithreaded)
 void CHostPlatformWin::ComUninitialize()
 {
     ::CoUninitialize();
-}
-
-void CHostPlatformWin::RunMainHandler(ProcessValues& values)
-{
-    CStdInSource input;
-    CStdOutSink output;
-    CMessagingPlatformWin platform(m_registry, m_log);
-    MessagingEnvironment environment{m_registry, m_log, input, output, ::GetUserDefaultUILanguage(), platform};
-    MainHandler(environment, values);
 }

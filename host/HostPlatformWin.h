@@ -1,8 +1,6 @@
 #pragma once
 // The entry's view of Windows.
 
-#include "config/DebugLog.h"
-#include "config/IRegistry.h"
 #include "host/HostEntry.h"
 
 #include <windows.h>
@@ -30,8 +28,6 @@ private:
 class CHostPlatformWin : public IHostPlatform
 {
 public:
-    CHostPlatformWin(IRegistry& registry, CDebugLog& log) : m_registry(registry), m_log(log) {}
-
     bool HasModuleHandle() override;
     void SetSystemDefaultThreadLocale() override;
     std::string CommandLine() override;
@@ -39,10 +35,7 @@ public:
     IImmersiveQuery& ImmersiveQuery() override;
     bool ComInitialize(bool multithreaded) override;
     void ComUninitialize() override;
-    void RunMainHandler(ProcessValues& values) override;
 
 private:
-    IRegistry& m_registry;
-    CDebugLog& m_log;
     CImmersiveQueryWin m_immersive{nullptr};
 };

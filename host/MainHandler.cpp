@@ -28,7 +28,7 @@ void MainHandler(MessagingEnvironment& environment, ProcessValues& values)
 
     // The writer outlives the UI thread, which writes unsolicited messages through it.
     CResponseWriter writer(environment.output, environment.log);
-    ICommandHandler* handler = platform.StartUiThread(*request, writer, values);
+    ICommandHandler* handler = platform.StartUiThread(*request, writer);
     if (!handler)
     {
         platform.CloseSharedMemory();

@@ -25,8 +25,7 @@ public:
     virtual void CloseSharedMemory() = 0;
     // Starts the UI thread suspended, hands it the request message and the writer, resumes it and waits, serving
     // messages, until it is ready. Returns the command handler the thread made, or null when it could not start.
-    virtual ICommandHandler* StartUiThread(IJsonMessage& request, CResponseWriter& writer,
-                                           const ProcessValues& values) = 0;
+    virtual ICommandHandler* StartUiThread(IJsonMessage& request, CResponseWriter& writer) = 0;
     // Posts WM_QUIT to the UI thread and waits, serving messages, until it has ended.
     virtual void StopUiThread() = 0;
 };

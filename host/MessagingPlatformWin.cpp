@@ -2,11 +2,6 @@
 
 #include "corelink/SecurityWin.h"
 
-CMessagingPlatformWin::CMessagingPlatformWin(IRegistry& registry, const CDebugLog& log)
-    : m_registry(registry), m_log(log), m_objects(m_processes, log), m_link(m_objects, log)
-{
-}
-
 CMessagingPlatformWin::~CMessagingPlatformWin()
 {
     StopUiThread();
@@ -22,22 +17,21 @@ bool CMessagingPlatformWin::InitSharedMemory()
     return m_objects.InitSharedMemory(m_link) == 1;
 }
 
-ICommandHandler* CMessagingPlatformWin::StartUiThread(IJsonMessage& request, CResponseWriter& writer,
-                                                      const ProcessValues& values)
+ICommandHandler* CMessagingPlatformWin::StartUiThread(IJsonMessage& request, CResponseWriter& writer)
 {
-    m_thread = std::make_unique<CBHOThread>(m_link, m_registry, m_log, values.chromeImmersive);
-    if (!m_thread->Start(request, writer))
+    m_started = true;
+    if (!m_uiThread.Start(request, writer))
     {
         StopUiThread();
         return nullptr;
     }
-    return m_thread->Handler();
+    return m_uiThread.Handler();
 }
 
 void CMessagingPlatformWin::StopUiThread()
 {
-    if (!m_thread)
+    if (!m_started)
         return;
-    m_thread->Stop();
-    m_thread.reset();
+    m_started = false;
+    m_uiThread.Stop();
 }

@@ -45,16 +45,10 @@ public:
         return true;
     }
     void ComUninitialize() override { m_calls.push_back("CoUninitialize"); }
-    void RunMainHandler(ProcessValues& values) override
-    {
-        m_calls.push_back("MainHandler");
-        m_valuesSeen = values;
-    }
 
     bool m_hasModuleHandle = true;
     std::string m_commandLine = "\"C:\\Program Files\\Lumivar\\LVBHOHost.exe\"";
     std::string m_output;
     CFakeImmersiveQuery m_immersive;
     std::vector<std::string> m_calls;
-    ProcessValues m_valuesSeen;
 };

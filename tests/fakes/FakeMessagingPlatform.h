@@ -80,7 +80,7 @@ public:
         return m_sharedMemoryWorks;
     }
     void CloseSharedMemory() override { m_calls.push_back("CloseSharedMemory"); }
-    ICommandHandler* StartUiThread(IJsonMessage& request, CResponseWriter&, const ProcessValues&) override
+    ICommandHandler* StartUiThread(IJsonMessage& request, CResponseWriter&) override
     {
         m_calls.push_back("StartUiThread");
         if (!m_threadStarts)

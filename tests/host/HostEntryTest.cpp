@@ -23,13 +23,15 @@ struct EntryRun
 
     int Run()
     {
-        return RunHostEntry(
-            platform, registry,
-            [this](const ProductInfo& product) -> IRegistrationOperations& {
-                madeFor.push_back(product.oem);
-                return registration;
-            },
-            values);
+        const HostModes modes{[this](const ProductInfo& product) -> IRegistrationOperations& {
+                                  madeFor.push_back(product.oem);
+                                  return registration;
+                              },
+                              [this](ProcessValues& seen) {
+                                  platform.m_calls.push_back("MainHandler");
+                                  valuesSeen = seen;
+                              }};
+        return RunHostEntry(platform, registry, modes, values);
     }
 
     // The calls after the thread locale was set.
@@ -42,6 +44,7 @@ struct EntryRun
     CFakeHostPlatform platform;
     CRecordingRegistration registration;
     ProcessValues values;
+    ProcessValues valuesSeen; // what messaging mode was given
     std::vector<int> madeFor; // the edition of each product the registration was made for
 };
 
@@ -56,7 +59,7 @@ TEST(HostEntryTest, NoSwitchRunsTheMessageLoopInTheMultithreadedApartment)
 
     EXPECT_EQ((Calls{"SetThreadLocale", "CoInitializeEx", "MainHandler", "CoUninitialize"}), run.platform.m_calls);
     EXPECT_EQ("", run.platform.m_output);
-    EXPECT_EQ(55, run.platform.m_valuesSeen.product.oem);
+    EXPECT_EQ(55, run.valuesSeen.product.oem);
 }
 
 TEST(HostEntryTest, NotInstalledPrintsTheMessageAndExitsZeroInEveryMode)
@@ -235,7 +238,7 @@ TEST(HostEntryTest, ImmersiveChromeIsRecordedBeforeTheLoop)
 
     run.Run();
 
-    EXPECT_TRUE(run.platform.m_valuesSeen.chromeImmersive);
+    EXPECT_TRUE(run.valuesSeen.chromeImmersive);
 }
 
 TEST(HostEntryTest, RegistrationDoesNotLookForImmersiveProcesses)

@@ -1,5 +1,6 @@
 #include "corelink/BHOThreadWin.h"
 
+#include "autofill/KeySenderWin.h"
 #include "autofill/LoginScript.h"
 #include "config/MemoryRegistry.h"
 #include "corelink/CoreLink.h"
@@ -18,6 +19,14 @@
 
 namespace
 {
+// The handler the host makes, over these services.
+CBHOThread::HandlerFactory HandlerOver(ICoreLink& link, IRegistry& registry, IKeySender& keys, const CDebugLog& log)
+{
+    return [&link, &registry, &keys, &log](IHandlerPlatform& platform, IJsonMessage& request) {
+        return std::make_unique<CLVBHOCommandHandler>(request, HandlerServices{platform, link, registry, keys, log});
+    };
+}
+
 // The browser's side of standard output, written by the UI thread and read by the test.
 class CLockedSink : public IByteSink
 {
@@ -73,7 +82,8 @@ struct UiThread
     JsonCPPWrapper request;
     CLockedSink output;
     CResponseWriter writer{output, log};
-    CBHOThread thread{link, registry, log};
+    CKeySenderWin keys;
+    CBHOThread thread{log, HandlerOver(link, registry, keys, log)};
     bool started = false;
 };
 } // namespace
@@ -264,7 +274,8 @@ TEST(BHOThreadWinTest, ThePromptWindowRequestWithoutAHandlerStillSetsTheEvent)
     CProcessQueryWin processes;
     CCoreObjectsWin objects(processes, log);
     CCoreLink link(objects, log);
-    CBHOThread notStarted(link, registry, log);
+    CKeySenderWin keys;
+    CBHOThread notStarted(log, HandlerOver(link, registry, keys, log));
     CHandle event(::CreateEventA(nullptr, FALSE, FALSE, nullptr));
 
     notStarted.OnCreatePromptWnd(0, reinterpret_cast<LPARAM>(event.Get()));

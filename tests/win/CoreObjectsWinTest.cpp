@@ -1,9 +1,7 @@
 #include "corelink/CoreObjectsWin.h"
 
-#include "config/MemoryRegistry.h"
 #include "corelink/CoreLink.h"
 #include "corelink/ProcessQueryWin.h"
-#include "host/MessagingPlatformWin.h"
 #include "tests/fakes/FakeLogSink.h"
 #include "tests/fakes/FakeMessagingPlatform.h"
 #include "tests/fakes/TracingLog.h"
@@ -104,24 +102,19 @@ TEST(CoreObjectsWinTest, WithNoCoreWindowTheValidationFailsAtOnce)
 
 TEST(CoreObjectsWinTest, OnlyTheHostThatMadeTheBlockInitialisesIt)
 {
-    CMemoryRegistry registry;
-    CFakeLogSink sink;
-    CDebugLog log(sink);
-    CMessagingPlatformWin first(registry, log);
-    ASSERT_TRUE(first.InitSharedMemory());
+    Objects first;
+    ASSERT_EQ(1, first.objects.InitSharedMemory(first.link));
     Objects reader;
     ASSERT_EQ(1, reader.objects.InitSharedMemory(reader.link));
     ASSERT_EQ(1u, reader.objects.Block()->requestCode); // initialised by the first host
     std::strcpy(reader.objects.Block()->requestKey, "LEFT.BY::core");
     reader.objects.Block()->requestCode = 8;
-    CMessagingPlatformWin second(registry, log);
+    Objects second;
 
-    ASSERT_TRUE(second.InitSharedMemory());
+    ASSERT_EQ(1, second.objects.InitSharedMemory(second.link));
 
     EXPECT_STREQ("LEFT.BY::core", reader.objects.Block()->requestKey);
     EXPECT_EQ(8u, reader.objects.Block()->requestCode);
-    second.CloseSharedMemory();
-    first.CloseSharedMemory();
 }
 
 TEST(CoreObjectsWinTest, TheMakerResetsTheBlockBeforeItRegistersTheWakeUpAndLogs)

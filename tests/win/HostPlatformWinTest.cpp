@@ -1,8 +1,5 @@
 #include "host/HostPlatformWin.h"
 
-#include "config/LogSinkWin.h"
-#include "config/RegistryWin.h"
-
 #include <gtest/gtest.h>
 #include <windows.h>
 
@@ -28,10 +25,7 @@ bool RunningUnderWine()
 
 TEST(HostPlatformWinTest, CommandLineIsTheProcesss)
 {
-    CRegistryWin registry;
-    CLogSinkWin sink;
-    CDebugLog log(sink);
-    CHostPlatformWin platform(registry, log);
+    CHostPlatformWin platform;
 
     EXPECT_NE(std::string::npos, platform.CommandLine().find("win_tests"));
     EXPECT_TRUE(platform.HasModuleHandle());
@@ -39,10 +33,7 @@ TEST(HostPlatformWinTest, CommandLineIsTheProcesss)
 
 TEST(HostPlatformWinTest, ComInitialisationIsOwedOnlyWhenItSucceeded)
 {
-    CRegistryWin registry;
-    CLogSinkWin sink;
-    CDebugLog log(sink);
-    CHostPlatformWin platform(registry, log);
+    CHostPlatformWin platform;
 
     ASSERT_TRUE(platform.ComInitialize(true));
     platform.ComUninitialize();
@@ -50,10 +41,7 @@ TEST(HostPlatformWinTest, ComInitialisationIsOwedOnlyWhenItSucceeded)
 
 TEST(HostPlatformWinTest, ComInitialisationInAnotherApartmentIsNotOwed)
 {
-    CRegistryWin registry;
-    CLogSinkWin sink;
-    CDebugLog log(sink);
-    CHostPlatformWin platform(registry, log);
+    CHostPlatformWin platform;
     bool owed = true;
 
     // On a thread of its own, so that this thread's apartment stays as it was.
