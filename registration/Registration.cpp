@@ -1,6 +1,7 @@
 #include "registration/Registration.h"
 
 #include "config/RegKey.h"
+#include "config/ValueAt.h"
 #include "messaging/AsciiText.h"
 #include "registration/Deployment.h"
 #include "registration/Editions.h"
@@ -17,7 +18,6 @@ namespace
 constexpr std::uint32_t kAccess64 = kKeyReadWrite | kKeyWow64_64Key; // 0x2011F
 constexpr std::uint32_t kAccess32 = kKeyReadWrite | kKeyWow64_32Key; // 0x2021F
 constexpr std::uint32_t kQueryAndSet = 3;
-constexpr std::uint32_t kMaxValueName = 16384;
 constexpr std::uint32_t kMaxEntryData = 64 * 1024;
 
 std::string TextOf(const std::vector<std::uint8_t>& data)
@@ -44,22 +44,15 @@ bool FindForcelistEntry(IRegistry& registry, RegHandle key, const std::string& n
         return false;
     for (std::uint32_t index = 0; index < count; ++index)
     {
-        std::vector<char> name(kMaxValueName + 1);
-        std::uint32_t nameSize = kMaxValueName + 1;
-        std::uint32_t dataSize = 0;
-        if (registry.EnumValue(key, index, name.data(), &nameSize, nullptr, nullptr, &dataSize) != kRegOk)
+        IndexedValue value;
+        if (!ReadValueAt(registry, key, index, kMaxEntryData, value))
             return false;
-        if (dataSize > kMaxEntryData)
-            continue; // far too long for an entry of ours; not read
-        std::vector<std::uint8_t> data(dataSize + 1);
-        nameSize = kMaxValueName + 1;
-        if (registry.EnumValue(key, index, name.data(), &nameSize, nullptr, data.data(), &dataSize) != kRegOk)
-            return false;
-        data.resize(dataSize);
-        const std::string text = TextOf(data);
+        if (!value.dataRead)
+            continue; // far too long for an entry of ours
+        const std::string text = TextOf(value.data);
         if (text.find(needle) != std::string::npos)
         {
-            entry.name.assign(name.data(), nameSize);
+            entry.name = value.name;
             entry.data = text;
             return true;
         }

@@ -1,5 +1,6 @@
 #include "tools/regdoctor/RegValues.h"
 
+#include "config/ValueAt.h"
 #include "messaging/Utf8Name.h"
 #include "tools/regdoctor/LookupOrder.h"
 
@@ -8,7 +9,6 @@
 
 namespace
 {
-constexpr std::uint32_t kMaxValueName = 16383; // the registry's own limit, in characters
 constexpr std::uint32_t kMaxValueData = 64 * 1024;
 constexpr std::uint32_t kRegMultiSz = 7;
 constexpr std::uint32_t kRegQword = 11;
@@ -31,22 +31,14 @@ std::vector<RegValueData> ReadAllValues(IRegistry& registry, RegHandle key)
         return values;
     for (std::uint32_t index = 0; index < count; ++index)
     {
-        std::vector<char> name(kMaxValueName + 1);
-        std::uint32_t nameSize = kMaxValueName + 1;
-        std::uint32_t dataSize = 0;
-        if (registry.EnumValue(key, index, name.data(), &nameSize, nullptr, nullptr, &dataSize) != kRegOk)
+        // Data beyond the limit is not read; the value is still listed, with no data.
+        IndexedValue read;
+        if (!ReadValueAt(registry, key, index, kMaxValueData, read))
             break;
         RegValueData value;
-        // Data beyond the limit is not read; the value is still listed, with no data.
-        std::vector<std::uint8_t> data(dataSize > kMaxValueData ? 0 : dataSize + 1);
-        std::uint32_t readSize = static_cast<std::uint32_t>(data.size());
-        nameSize = kMaxValueName + 1;
-        if (registry.EnumValue(key, index, name.data(), &nameSize, &value.type, data.empty() ? nullptr : data.data(),
-                               data.empty() ? nullptr : &readSize) != kRegOk)
-            break;
-        data.resize(data.empty() ? 0 : readSize);
-        value.name.assign(name.data(), nameSize);
-        value.data = std::move(data);
+        value.name = std::move(read.name);
+        value.type = read.type;
+        value.data = std::move(read.data);
         values.push_back(std::move(value));
     }
     return values;
