@@ -16,7 +16,7 @@ bool CMsgWindow::CreateHidden(const char* className, const char* title)
 {
     HINSTANCE instance = ::GetModuleHandleA(nullptr);
     WNDCLASSA windowClass{};
-    windowClass.lpfnWndProc = &CMsgWindow::WndProc;
+    windowClass.lpfnWndProc = &ObjectWindowProc<CMsgWindow>::Proc;
     windowClass.hInstance = instance;
     windowClass.lpszClassName = className;
     if (!::RegisterClassA(&windowClass) && ::GetLastError() != ERROR_CLASS_ALREADY_EXISTS)
@@ -33,37 +33,4 @@ void CMsgWindow::Destroy() noexcept
     // WM_NCDESTROY forgets the handle; a failed call (from another thread) leaves the window and its object paired.
     if (m_hwnd)
         ::DestroyWindow(m_hwnd);
-}
-
-bool CMsgWindow::SafeOnMessage(UINT message, WPARAM wParam, LPARAM lParam, LRESULT& result) noexcept
-{
-    try
-    {
-        return OnMessage(message, wParam, lParam, result);
-    }
-    catch (...)
-    {
-        // Nothing may unwind into the system's dispatch code; the message counts as unhandled.
-        return false;
-    }
-}
-
-LRESULT CALLBACK CMsgWindow::WndProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam) noexcept
-{
-    if (message == WM_NCCREATE)
-    {
-        auto* self = static_cast<CMsgWindow*>(reinterpret_cast<CREATESTRUCTA*>(lParam)->lpCreateParams);
-        self->m_hwnd = hwnd;
-        ::SetWindowLongPtrA(hwnd, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(self));
-    }
-    auto* self = reinterpret_cast<CMsgWindow*>(::GetWindowLongPtrA(hwnd, GWLP_USERDATA));
-    LRESULT result = 0;
-    if (!self || !self->SafeOnMessage(message, wParam, lParam, result))
-        result = ::DefWindowProcA(hwnd, message, wParam, lParam);
-    if (message == WM_NCDESTROY && self)
-    {
-        ::SetWindowLongPtrA(hwnd, GWLP_USERDATA, 0);
-        self->m_hwnd = nullptr;
-    }
-    return result;
 }

@@ -3,6 +3,8 @@
 // WM_NCDESTROY. Subclasses override OnMessage, which is their message map. UI thread only: a window belongs to the
 // thread that created it.
 
+#include "framework/ObjectWindowProc.h"
+
 #include <windows.h>
 
 class CMsgWindow
@@ -27,8 +29,9 @@ protected:
     virtual bool OnMessage(UINT message, WPARAM wParam, LPARAM lParam, LRESULT& result) = 0;
 
 private:
-    static LRESULT CALLBACK WndProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam) noexcept;
-    bool SafeOnMessage(UINT message, WPARAM wParam, LPARAM lParam, LRESULT& result) noexcept;
+    friend struct ObjectWindowProc<CMsgWindow>;
+    void AttachWindow(HWND hwnd) noexcept { m_hwnd = hwnd; }
+    void DetachWindow(HWND) noexcept { m_hwnd = nullptr; }
 
     HWND m_hwnd = nullptr;
 };

@@ -241,7 +241,7 @@ void CDialogSurface::SetBadPin()
 
 bool CDialogSurface::CreateSurfaceWindow(HWND parent, DWORD style, int x, int y)
 {
-    if (!RegisterWindowClass(&CDialogSurface::WndProc))
+    if (!RegisterWindowClass(&ObjectWindowProc<CDialogSurface>::Proc))
         return false;
     // The size comes with the first layout; the window stays hidden until then.
     HWND hwnd = ::CreateWindowExA(WS_EX_CONTROLPARENT | WS_EX_NOPARENTNOTIFY, kWindowClass, "Lumivar", style, x, y, 1,
@@ -763,41 +763,15 @@ bool CDialogSurface::OnMessage(UINT message, WPARAM wParam, LPARAM lParam, LRESU
     return true;
 }
 
-LRESULT CALLBACK CDialogSurface::WndProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam) noexcept
+void CDialogSurface::AttachWindow(HWND hwnd) noexcept
 {
-    if (message == WM_NCCREATE)
-    {
-        auto* self = static_cast<CDialogSurface*>(reinterpret_cast<CREATESTRUCTA*>(lParam)->lpCreateParams);
-        self->m_handle = hwnd;
-        ::SetWindowLongPtrA(hwnd, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(self));
-        CDialogRegistry::AddWindow(hwnd);
-    }
-    auto* self = reinterpret_cast<CDialogSurface*>(::GetWindowLongPtrA(hwnd, GWLP_USERDATA));
-    LRESULT result = 0;
-    bool handled = false;
-    if (self)
-    {
-        try
-        {
-            handled = self->OnMessage(message, wParam, lParam, result);
-        }
-        catch (...)
-        {
-            // Nothing may unwind into the system's dispatch code; the message counts as unhandled.
-            handled = false;
-        }
-    }
-    if (!handled)
-        result = ::DefWindowProcA(hwnd, message, wParam, lParam);
-    if (message == WM_NCDESTROY)
-    {
-        CDialogRegistry::RemoveWindow(hwnd);
-        if (self)
-        {
-            ::SetWindowLongPtrA(hwnd, GWLP_USERDATA, 0);
-            self->m_handle = nullptr;
-        }
-    }
-    return result;
+    m_handle = hwnd;
+    CDialogRegistry::AddWindow(hwnd);
+}
+
+void CDialogSurface::DetachWindow(HWND hwnd) noexcept
+{
+    CDialogRegistry::RemoveWindow(hwnd);
+    m_handle = nullptr;
 }
 } // namespace lvui

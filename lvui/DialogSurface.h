@@ -6,6 +6,7 @@
 #include "DialogFonts.h"
 #include "GdiObjects.h"
 #include "PageContent.h"
+#include "framework/ObjectWindowProc.h"
 
 #include <memory>
 #include <string>
@@ -39,7 +40,9 @@ public:
     bool IsBadPin() const noexcept { return m_badPin; }
 
 private:
-    static LRESULT CALLBACK WndProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam) noexcept;
+    friend struct ObjectWindowProc<CDialogSurface>;
+    void AttachWindow(HWND hwnd) noexcept;
+    void DetachWindow(HWND hwnd) noexcept;
     bool OnMessage(UINT message, WPARAM wParam, LPARAM lParam, LRESULT& result);
 
     bool CreateSurfaceWindow(HWND parent, DWORD style, int x, int y);

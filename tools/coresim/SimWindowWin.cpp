@@ -46,7 +46,7 @@ bool CSimWindow::Create(std::string& error)
 {
     const HINSTANCE instance = ::GetModuleHandleA(nullptr);
     WNDCLASSA windowClass{};
-    windowClass.lpfnWndProc = &CSimWindow::WndProc;
+    windowClass.lpfnWndProc = &ObjectWindowProc<CSimWindow>::Proc;
     windowClass.hInstance = instance;
     windowClass.lpszClassName = kCoreWindowClass;
     if (!::RegisterClassA(&windowClass))
@@ -84,38 +84,6 @@ bool CSimWindow::Create(std::string& error)
     ::ChangeWindowMessageFilterEx(m_hwnd, m_messages.Id(kMsgDoValidateUser), MSGFLT_ALLOW, nullptr);
     ::ChangeWindowMessageFilterEx(m_hwnd, m_messages.Id(kMsgExtensionInstalled), MSGFLT_ALLOW, nullptr);
     return true;
-}
-
-LRESULT CALLBACK CSimWindow::WndProc(HWND hwnd, UINT msg, WPARAM wParam, LPARAM lParam) noexcept
-{
-    if (msg == WM_NCCREATE)
-    {
-        auto* self = static_cast<CSimWindow*>(reinterpret_cast<CREATESTRUCTA*>(lParam)->lpCreateParams);
-        self->m_hwnd = hwnd;
-        ::SetWindowLongPtrA(hwnd, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(self));
-    }
-    auto* self = reinterpret_cast<CSimWindow*>(::GetWindowLongPtrA(hwnd, GWLP_USERDATA));
-    LRESULT result = 0;
-    bool handled = false;
-    if (self)
-    {
-        try
-        {
-            handled = self->OnMessage(msg, wParam, lParam, result);
-        }
-        catch (...)
-        {
-            handled = false;
-        }
-    }
-    if (!handled)
-        result = ::DefWindowProcA(hwnd, msg, wParam, lParam);
-    if (msg == WM_NCDESTROY && self)
-    {
-        ::SetWindowLongPtrA(hwnd, GWLP_USERDATA, 0);
-        self->m_hwnd = nullptr;
-    }
-    return result;
 }
 
 bool CSimWindow::OnMessage(UINT msg, WPARAM wParam, LPARAM lParam, LRESULT& result)

@@ -3,6 +3,8 @@
 // zero-size top-level window where one can be made, else (headless Wine) a message-only window. UI thread, which
 // in the sim is the main thread.
 
+#include "framework/ObjectWindowProc.h"
+
 #include <windows.h>
 
 #include <cstdint>
@@ -53,7 +55,9 @@ public:
     bool IsMessageOnly() const noexcept { return m_messageOnly; }
 
 private:
-    static LRESULT CALLBACK WndProc(HWND hwnd, UINT msg, WPARAM wParam, LPARAM lParam) noexcept;
+    friend struct ObjectWindowProc<CSimWindow>;
+    void AttachWindow(HWND hwnd) noexcept { m_hwnd = hwnd; }
+    void DetachWindow(HWND) noexcept { m_hwnd = nullptr; }
     bool OnMessage(UINT msg, WPARAM wParam, LPARAM lParam, LRESULT& result);
 
     const CSimMessages& m_messages;
