@@ -6,36 +6,40 @@
 #include <cstddef>
 #include <cstring>
 #include <iterator>
+#include <string_view>
 
 namespace
 {
 // The labels that count as a public suffix, at any depth. The list is the core's own and is kept as it stands,
 // gaps and extras alike: it holds AN, GO, TP and YU, and lacks GB, EU, ME, RS and AX, which therefore read as
 // ordinary name labels.
-// clang-format off
-constexpr const char* kSuffixLabels[] = {
-    "COM", "NET", "ORG", "EDU", "MIL", "GOV", "BIZ", "INT", "INFO", "NAME",
-    "AC", "AD", "AE", "AF", "AG", "AI", "AL", "AM", "AN", "AO", "AQ", "AR", "AS", "AT", "AU", "AW", "AZ", "BA", "BB",
-    "BD", "BE", "BF", "BG", "BH", "BI", "BJ", "BM", "BN", "BO", "BR", "BS", "BT", "BV", "BW", "BY", "BZ", "CA", "CC",
-    "CD", "CF", "CG", "CH", "CI", "CK", "CL", "CM", "CN", "CO", "CR", "CU", "CV", "CX", "CY", "CZ", "DE", "DJ", "DK",
-    "DM", "DO", "DZ", "EC", "EE", "EG", "EH", "ER", "ES", "ET", "FI", "FJ", "FK", "FM", "FO", "FR", "GA", "GD", "GE",
-    "GF", "GG", "GH", "GI", "GL", "GM", "GN", "GO", "GP", "GQ", "GR", "GS", "GT", "GU", "GW", "GY", "HK", "HM", "HN",
-    "HR", "HT", "HU", "ID", "IE", "IL", "IM", "IN", "IO", "IQ", "IR", "IS", "IT", "JE", "JM", "JO", "JP", "KE", "KG",
-    "KH", "KI", "KM", "KN", "KP", "KR", "KW", "KY", "KZ", "LA", "LB", "LC", "LI", "LK", "LR", "LS", "LT", "LU", "LV",
-    "LY", "MA", "MC", "MD", "MG", "MH", "MK", "ML", "MM", "MN", "MO", "MP", "MQ", "MR", "MS", "MT", "MU", "MV", "MW",
-    "MX", "MY", "MZ", "NA", "NC", "NE", "NF", "NG", "NI", "NL", "NO", "NP", "NR", "NU", "NZ", "OM", "PA", "PE", "PF",
-    "PG", "PH", "PK", "PL", "PM", "PN", "PR", "PS", "PT", "PW", "PY", "QA", "RE", "RO", "RU", "RW", "SA", "SB", "SC",
-    "SD", "SE", "SG", "SH", "SI", "SJ", "SK", "SL", "SM", "SN", "SO", "SR", "ST", "SV", "SY", "SZ", "TC", "TD", "TF",
-    "TG", "TH", "TJ", "TK", "TM", "TN", "TO", "TP", "TR", "TT", "TV", "TW", "TZ", "UA", "UG", "UK", "UM", "US", "UY",
-    "UZ", "VA", "VC", "VE", "VG", "VI", "VN", "VU", "WF", "WS", "YE", "YT", "YU", "ZA", "ZM", "ZW",
-};
-// clang-format on
-static_assert(std::size(kSuffixLabels) == 254, "the core's suffix list has 254 labels");
+// Separated and surrounded by spaces, so that a label matches only whole.
+constexpr std::string_view kSuffixLabels =
+    " "
+    "COM NET ORG EDU MIL GOV BIZ INT INFO NAME AC AD AE AF AG AI AL AM AN AO AQ AR AS AT AU AW AZ BA BB BD "
+    "BE BF BG BH BI BJ BM BN BO BR BS BT BV BW BY BZ CA CC CD CF CG CH CI CK CL CM CN CO CR CU CV CX CY CZ "
+    "DE DJ DK DM DO DZ EC EE EG EH ER ES ET FI FJ FK FM FO FR GA GD GE GF GG GH GI GL GM GN GO GP GQ GR GS "
+    "GT GU GW GY HK HM HN HR HT HU ID IE IL IM IN IO IQ IR IS IT JE JM JO JP KE KG KH KI KM KN KP KR KW KY "
+    "KZ LA LB LC LI LK LR LS LT LU LV LY MA MC MD MG MH MK ML MM MN MO MP MQ MR MS MT MU MV MW MX MY MZ NA "
+    "NC NE NF NG NI NL NO NP NR NU NZ OM PA PE PF PG PH PK PL PM PN PR PS PT PW PY QA RE RO RU RW SA SB SC "
+    "SD SE SG SH SI SJ SK SL SM SN SO SR ST SV SY SZ TC TD TF TG TH TJ TK TM TN TO TP TR TT TV TW TZ UA UG "
+    "UK UM US UY UZ VA VC VE VG VI VN VU WF WS YE YT YU ZA ZM ZW ";
+
+constexpr std::size_t LabelCount(std::string_view labels)
+{
+    std::size_t count = 0;
+    for (std::size_t i = 1; i < labels.size(); ++i)
+        if (labels[i] == ' ')
+            ++count;
+    return count;
+}
+static_assert(LabelCount(kSuffixLabels) == 254, "the core's suffix list has 254 labels");
 
 bool IsSuffixLabel(const std::string& label)
 {
-    return std::any_of(std::begin(kSuffixLabels), std::end(kSuffixLabels),
-                       [&label](const char* suffix) { return label == suffix; });
+    if (label.empty() || label.find(' ') != std::string::npos)
+        return false;
+    return kSuffixLabels.find(" " + label + " ") != std::string_view::npos;
 }
 
 } // namespace

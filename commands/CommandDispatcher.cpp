@@ -64,52 +64,58 @@ std::string CCommandDispatcher::Dispatch(IJsonMessage& request)
     return response.ToString(text);
 }
 
+// The first entry whose name matches runs.
+const CCommandDispatcher::Command CCommandDispatcher::kCommands[] = {
+    {"StoreLoginData",
+     [](CCommandDispatcher&, ICommandHandler& handler) -> std::uint32_t { return handler.StoreLoginData(); }},
+    {"CheckAndValidate",
+     [](CCommandDispatcher&, ICommandHandler& handler) -> std::uint32_t {
+         const std::uint32_t status = handler.CheckAndValidate();
+         // The validation's outcome reaches the extension later, as a frame of its own; give it a moment anyway.
+         if (status == kStatusPending)
+             handler.WaitForCompletion(kCompletionWaitMs);
+         return status;
+     }},
+    {"RememberPwdWithoutPrompt",
+     [](CCommandDispatcher&, ICommandHandler& handler) -> std::uint32_t { return handler.RememberPwdWithoutPrompt(); }},
+    {"IsPageRemembered",
+     [](CCommandDispatcher&, ICommandHandler& handler) -> std::uint32_t { return handler.IsPageRemembered(); }},
+    {"SetRememberPwdWithoutPrompt",
+     [](CCommandDispatcher&, ICommandHandler& handler) -> std::uint32_t {
+         return handler.SetRememberPwdWithoutPrompt() == kStatusSuccess ? kStatusSuccess : kStatusFail;
+     }},
+    {"SetNeverRememberPwd", [](CCommandDispatcher&, ICommandHandler&) -> std::uint32_t { return kStatusSuccess; }},
+    {"SetPluginParam",
+     [](CCommandDispatcher&, ICommandHandler& handler) -> std::uint32_t { return handler.SetPluginParam(); }},
+    {"GetLang",
+     [](CCommandDispatcher& dispatcher, ICommandHandler& handler) -> std::uint32_t {
+         handler.Reply().SetString("Lang", dispatcher.m_values.languageName.c_str());
+         return kStatusSuccess;
+     }},
+    {"CancelOperation",
+     [](CCommandDispatcher&, ICommandHandler& handler) -> std::uint32_t { return handler.CancelOperation(); }},
+    // Whether the site is skipped is a member, not the status.
+    {"CheckSkipList",
+     [](CCommandDispatcher&, ICommandHandler& handler) -> std::uint32_t { return handler.CheckSkipList(); }},
+    {"ShowPrompt",
+     [](CCommandDispatcher&, ICommandHandler& handler) -> std::uint32_t {
+         const std::uint32_t status = handler.ShowPrompt();
+         handler.Reply().SetInt("id", -1);
+         return status;
+     }},
+    {"SetPromptPos",
+     [](CCommandDispatcher&, ICommandHandler& handler) -> std::uint32_t { return handler.SetPromptPos(); }},
+    {"HidePrompt", [](CCommandDispatcher&, ICommandHandler& handler) -> std::uint32_t { return handler.HidePrompt(); }},
+    {"Identify",
+     [](CCommandDispatcher& dispatcher, ICommandHandler&) -> std::uint32_t { return dispatcher.Identify(); }},
+    {"keyevent", [](CCommandDispatcher&, ICommandHandler& handler) -> std::uint32_t { return handler.PlayKeys(); }},
+};
+
 std::uint32_t CCommandDispatcher::RunCommand(const std::string& command)
 {
-    // Exact, case-sensitive comparison, first match wins.
-    if (command == "StoreLoginData")
-        return m_handler.StoreLoginData();
-    if (command == "CheckAndValidate")
-    {
-        const std::uint32_t status = m_handler.CheckAndValidate();
-        // The validation's outcome reaches the extension later, as a frame of its own; give it a moment anyway.
-        if (status == kStatusPending)
-            m_handler.WaitForCompletion(kCompletionWaitMs);
-        return status;
-    }
-    if (command == "RememberPwdWithoutPrompt")
-        return m_handler.RememberPwdWithoutPrompt();
-    if (command == "IsPageRemembered")
-        return m_handler.IsPageRemembered();
-    if (command == "SetRememberPwdWithoutPrompt")
-        return m_handler.SetRememberPwdWithoutPrompt() == kStatusSuccess ? kStatusSuccess : kStatusFail;
-    if (command == "SetNeverRememberPwd")
-        return kStatusSuccess;
-    if (command == "SetPluginParam")
-        return m_handler.SetPluginParam();
-    if (command == "GetLang")
-    {
-        m_handler.Reply().SetString("Lang", m_values.languageName.c_str());
-        return kStatusSuccess;
-    }
-    if (command == "CancelOperation")
-        return m_handler.CancelOperation();
-    if (command == "CheckSkipList")
-        return m_handler.CheckSkipList(); // whether the site is skipped is a member, not the status
-    if (command == "ShowPrompt")
-    {
-        const std::uint32_t status = m_handler.ShowPrompt();
-        m_handler.Reply().SetInt("id", -1);
-        return status;
-    }
-    if (command == "SetPromptPos")
-        return m_handler.SetPromptPos();
-    if (command == "HidePrompt")
-        return m_handler.HidePrompt();
-    if (command == "Identify")
-        return Identify();
-    if (command == "keyevent")
-        return m_handler.PlayKeys();
+    for (const Command& entry : kCommands)
+        if (command == entry.name)
+            return entry.run(*this, m_handler);
     return kStatusInvalidCommand;
 }
 

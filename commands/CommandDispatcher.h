@@ -18,6 +18,14 @@ public:
     std::string Dispatch(IJsonMessage& request) override;
 
 private:
+    // A command by its exact, case-sensitive name, and what it runs.
+    struct Command
+    {
+        const char* name;
+        std::uint32_t (*run)(CCommandDispatcher& dispatcher, ICommandHandler& handler);
+    };
+    static const Command kCommands[];
+
     std::uint32_t RunCommand(const std::string& command);
     std::uint32_t Identify();
 

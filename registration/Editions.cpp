@@ -2,6 +2,8 @@
 
 #include "registration/Deployment.h"
 
+#include <cstddef>
+
 bool ChromeExtensionIdFor(int edition, std::string& id)
 {
     switch (edition)
@@ -26,38 +28,41 @@ bool ChromeExtensionIdFor(int edition, std::string& id)
     }
 }
 
+namespace
+{
+struct EditionName
+{
+    int edition;
+    const char* name;
+};
+
+// The name `table` gives `edition`, or the last entry's (edition 0), which serves every other edition.
+template <std::size_t Count>
+const char* NameFor(const EditionName (&table)[Count], int edition)
+{
+    for (const EditionName& entry : table)
+        if (entry.edition == edition)
+            return entry.name;
+    return table[Count - 1].name;
+}
+
+constexpr EditionName kFirefoxExtensionIds[] = {
+    {5, "EdEsca_ffext@lvbho"},  {25, "EdFaro_ffext@lvbho"}, {59, "EdDuna_ffext@lvbho"},
+    {60, "EdGiro_ffext@lvbho"}, {0, "EdHalo_ffext@lvbho"},
+};
+constexpr EditionName kEditionFolders[] = {
+    {5, "EdAlto"}, {55, "EdBrio"}, {56, "EdCeda"}, {59, "EdDuna"}, {0, "Kavrin"},
+};
+} // namespace
+
 std::string FirefoxExtensionIdFor(int edition)
 {
-    switch (edition)
-    {
-    case 5:
-        return "EdEsca_ffext@lvbho";
-    case 25:
-        return "EdFaro_ffext@lvbho";
-    case 59:
-        return "EdDuna_ffext@lvbho";
-    case 60:
-        return "EdGiro_ffext@lvbho";
-    default:
-        return "EdHalo_ffext@lvbho";
-    }
+    return NameFor(kFirefoxExtensionIds, edition);
 }
 
 std::string EditionFolderFor(int edition)
 {
-    switch (edition)
-    {
-    case 5:
-        return "EdAlto";
-    case 55:
-        return "EdBrio";
-    case 56:
-        return "EdCeda";
-    case 59:
-        return "EdDuna";
-    default:
-        return "Kavrin";
-    }
+    return NameFor(kEditionFolders, edition);
 }
 
 bool InstallPageFor(int edition, InstallPage& page)

@@ -2,8 +2,10 @@
 
 #include "tools/coresim/SimAnswer.h"
 
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 
 namespace
 {
@@ -18,21 +20,10 @@ const CoreEventName& EventEntry(CoreEvent event)
 
 const char* EventLetter(CoreEvent event)
 {
-    switch (event)
-    {
-    case CoreEvent::RequestA:
-        return "A";
-    case CoreEvent::RequestB:
-        return "B";
-    case CoreEvent::RequestC:
-        return "C";
-    case CoreEvent::RequestD:
-        return "D";
-    case CoreEvent::RequestE:
-        return "E";
-    default:
-        return "?";
-    }
+    // The five request events, in their order; the others have no letter.
+    constexpr const char* kLetters[] = {"A", "B", "C", "D", "?", "E"};
+    const auto index = static_cast<std::size_t>(event);
+    return index < std::size(kLetters) ? kLetters[index] : "?";
 }
 } // namespace
 

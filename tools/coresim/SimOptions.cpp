@@ -1,5 +1,8 @@
 #include "tools/coresim/SimOptions.h"
 
+#include <cstddef>
+#include <iterator>
+
 bool ParseWord(const std::string& text, std::uint32_t& value)
 {
     if (text.empty() || text.size() > 11)
@@ -60,18 +63,9 @@ bool ParseMiss(const std::string& text, SimMiss& value)
 
 const char* ValidationName(SimValidation validation)
 {
-    switch (validation)
-    {
-    case SimValidation::Granted:
-        return "granted";
-    case SimValidation::Denied:
-        return "denied";
-    case SimValidation::Silent:
-        return "silent";
-    case SimValidation::None:
-        return "none";
-    }
-    return "?";
+    constexpr const char* kNames[] = {"granted", "denied", "silent", "none"};
+    const auto index = static_cast<std::size_t>(validation);
+    return index < std::size(kNames) ? kNames[index] : "?";
 }
 
 const char* MissName(SimMiss miss)

@@ -2,6 +2,9 @@
 
 #include "registration/Manifests.h"
 
+#include <cstddef>
+#include <iterator>
+
 namespace
 {
 constexpr std::uint32_t k32 = kKeyWow64_32Key;
@@ -47,16 +50,9 @@ std::vector<HostLocation> LookupOrder(Browser browser)
 
 const char* BrowserName(Browser browser)
 {
-    switch (browser)
-    {
-    case Browser::Chrome:
-        return "Chrome";
-    case Browser::Edge:
-        return "Edge";
-    case Browser::Firefox:
-        return "Firefox";
-    }
-    return "";
+    constexpr const char* kNames[] = {"Chrome", "Edge", "Firefox"};
+    const auto index = static_cast<std::size_t>(browser);
+    return index < std::size(kNames) ? kNames[index] : "";
 }
 
 const char* HostNameFor(Browser browser)
