@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <initializer_list>
 #include <string>
 
 namespace
@@ -11,6 +12,18 @@ std::string DomainOf(const std::string& url)
     std::string domain = "untouched";
     EXPECT_TRUE(ExtractDomain(url, domain)) << url;
     return domain;
+}
+
+struct UrlRow
+{
+    const char* url;
+    const char* domain;
+};
+
+void ExpectDomains(std::initializer_list<UrlRow> rows)
+{
+    for (const UrlRow& row : rows)
+        EXPECT_EQ(row.domain, DomainOf(row.url)) << row.url;
 }
 } // namespace
 
@@ -40,16 +53,6 @@ TEST(DomainExtractorTest, OtherSchemeWithHttpInItsQueryPassesAndTakesTheHostAfte
 
     EXPECT_TRUE(ok);
     EXPECT_EQ("EXAMPLE.NET", domain);
-}
-
-TEST(DomainExtractorTest, SecondLevelLabelUnderACountryCodeIsKept)
-{
-    EXPECT_EQ("D.CO.JP", DomainOf("http://a.b.c.d.co.jp/x"));
-}
-
-TEST(DomainExtractorTest, HostEndingInACodeMissingFromTheTableIsKeptWhole)
-{
-    EXPECT_EQ("WWW.EXAMPLE.CO.GB", DomainOf("http://www.example.co.gb/"));
 }
 
 TEST(DomainExtractorTest, MakeSiteKeyJoinsTheDomainAndTheSuffixKeepingItsCase)
@@ -104,46 +107,39 @@ TEST(DomainExtractorTest, MakeSiteKeyWithoutDomainFailsAndLeavesTheKeyUntouched)
     EXPECT_EQ("previous", key);
 }
 
-TEST(DomainExtractorTest, UrlWithoutSchemeSeparatorTakesTheHostFromPositionTwo)
+TEST(DomainExtractorTest, TheHostIsCutFromTheUrlByPositionNotByUrlSyntax)
 {
-    EXPECT_EQ("TP:INTRANET", DomainOf("http:intranet"));
+    ExpectDomains({
+        {"http:intranet", "TP:INTRANET"},                      // without "//" the host starts at position two
+        {"https://www.example.com/a.b.c.uk/x", "EXAMPLE.COM"}, // the host ends at the first slash after "//"
+        {"http://www.example.com?q=1", "WWW.EXAMPLE.COM?Q=1"}, // a query not preceded by a slash stays in the host
+        {"http://user@example.com/", "USER@EXAMPLE.COM"},      // user information stays with its label
+    });
 }
 
-TEST(DomainExtractorTest, HostEndsAtTheFirstSlashAfterTheSchemeSeparator)
+TEST(DomainExtractorTest, CodesInTheSuffixTableKeepOneMoreLabelAtAnyDepth)
 {
-    EXPECT_EQ("EXAMPLE.COM", DomainOf("https://www.example.com/a.b.c.uk/x"));
+    ExpectDomains({
+        {"http://a.b.c.d.co.jp/x", "D.CO.JP"},
+        {"http://shop.example.com.au/", "EXAMPLE.COM.AU"},
+        // Unusual codes count too.
+        {"http://www.example.tp/", "EXAMPLE.TP"},
+        {"http://www.example.yu/", "EXAMPLE.YU"},
+        {"http://www.example.an/", "EXAMPLE.AN"},
+        {"http://www.example.go.kr/", "EXAMPLE.GO.KR"},
+    });
 }
 
-TEST(DomainExtractorTest, QueryNotPrecededBySlashStaysPartOfTheHost)
+TEST(DomainExtractorTest, CodesMissingFromTheSuffixTableAreOrdinaryLabels)
 {
-    EXPECT_EQ("WWW.EXAMPLE.COM?Q=1", DomainOf("http://www.example.com?q=1"));
-}
-
-TEST(DomainExtractorTest, UserInformationStaysWithItsLabel)
-{
-    EXPECT_EQ("USER@EXAMPLE.COM", DomainOf("http://user@example.com/"));
-}
-
-TEST(DomainExtractorTest, SuffixLabelCountsAtAnyDepth)
-{
-    EXPECT_EQ("EXAMPLE.COM.AU", DomainOf("http://shop.example.com.au/"));
-}
-
-TEST(DomainExtractorTest, UnusualCodesInTheTableCountAsSuffixes)
-{
-    EXPECT_EQ("EXAMPLE.TP", DomainOf("http://www.example.tp/"));
-    EXPECT_EQ("EXAMPLE.YU", DomainOf("http://www.example.yu/"));
-    EXPECT_EQ("EXAMPLE.AN", DomainOf("http://www.example.an/"));
-    EXPECT_EQ("EXAMPLE.GO.KR", DomainOf("http://www.example.go.kr/"));
-}
-
-TEST(DomainExtractorTest, CodesMissingFromTheTableAreOrdinaryLabels)
-{
-    EXPECT_EQ("WWW.EXAMPLE.EU", DomainOf("http://www.example.eu/"));
-    EXPECT_EQ("WWW.EXAMPLE.ME", DomainOf("http://www.example.me/"));
-    EXPECT_EQ("WWW.EXAMPLE.RS", DomainOf("http://www.example.rs/"));
-    EXPECT_EQ("WWW.EXAMPLE.AX", DomainOf("http://www.example.ax/"));
-    EXPECT_EQ("WWW.EXAMPLE.IO.GB", DomainOf("http://www.example.io.gb/"));
+    ExpectDomains({
+        {"http://www.example.co.gb/", "WWW.EXAMPLE.CO.GB"},
+        {"http://www.example.eu/", "WWW.EXAMPLE.EU"},
+        {"http://www.example.me/", "WWW.EXAMPLE.ME"},
+        {"http://www.example.rs/", "WWW.EXAMPLE.RS"},
+        {"http://www.example.ax/", "WWW.EXAMPLE.AX"},
+        {"http://www.example.io.gb/", "WWW.EXAMPLE.IO.GB"},
+    });
 }
 
 TEST(DomainExtractorTest, UpperCasingChangesOnlyAsciiLetters)

@@ -32,39 +32,39 @@ struct DispatchRun
     CRecordingCommandHandler handler;
     CCommandDispatcher dispatcher;
 };
+
+// The answer to `command` (id 1) when its operation ends with `status`.
+std::string AnswerWhenTheOperationEnds(const char* command, std::uint32_t status)
+{
+    DispatchRun run(("{\"command\":\"" + std::string(command) + "\",\"id\":1}").c_str());
+    run.handler.m_statuses[command] = status;
+    return run.Dispatch();
+}
 } // namespace
 
-TEST(CommandDispatcherTest, MissingIdAnswersOnlyTheStatus)
+TEST(CommandDispatcherTest, RequestsWithoutACommandOrAnIdAnswerOnlyTheStatus)
 {
-    EXPECT_EQ("{\"CommandError\":4,\"CommandErrorMsg\":\"Argument missing\"}", Dispatch("{\"command\":\"GetLang\"}"));
+    for (const char* request : {"{\"command\":\"GetLang\"}", "{\"id\":1}", "{}", "[1,2]", "\"GetLang\""})
+        EXPECT_EQ("{\"CommandError\":4,\"CommandErrorMsg\":\"Argument missing\"}", Dispatch(request)) << request;
 }
 
-TEST(CommandDispatcherTest, MissingCommandAnswersOnlyTheStatus)
+TEST(CommandDispatcherTest, UnknownCommandsAreAnsweredInvalidEchoingCommandAndId)
 {
-    EXPECT_EQ("{\"CommandError\":4,\"CommandErrorMsg\":\"Argument missing\"}", Dispatch("{\"id\":1}"));
-}
-
-TEST(CommandDispatcherTest, EmptyObjectAnswersArgumentMissing)
-{
-    EXPECT_EQ("{\"CommandError\":4,\"CommandErrorMsg\":\"Argument missing\"}", Dispatch("{}"));
-}
-
-TEST(CommandDispatcherTest, NonObjectRequestAnswersArgumentMissing)
-{
-    EXPECT_EQ("{\"CommandError\":4,\"CommandErrorMsg\":\"Argument missing\"}", Dispatch("[1,2]"));
-    EXPECT_EQ("{\"CommandError\":4,\"CommandErrorMsg\":\"Argument missing\"}", Dispatch("\"GetLang\""));
-}
-
-TEST(CommandDispatcherTest, UnknownCommandEchoesCommandAndId)
-{
-    EXPECT_EQ("{\"CommandError\":2,\"CommandErrorMsg\":\"Invalid Command\",\"command\":\"Frobnicate\",\"id\":3}",
-              Dispatch("{\"command\":\"Frobnicate\",\"id\":3}"));
-}
-
-TEST(CommandDispatcherTest, CommandNamesAreCaseSensitive)
-{
-    EXPECT_EQ("{\"CommandError\":2,\"CommandErrorMsg\":\"Invalid Command\",\"command\":\"getlang\",\"id\":1}",
-              Dispatch("{\"command\":\"getlang\",\"id\":1}"));
+    const std::pair<const char*, const char*> table[] = {
+        {"{\"command\":\"Frobnicate\",\"id\":3}",
+         "{\"CommandError\":2,\"CommandErrorMsg\":\"Invalid Command\",\"command\":\"Frobnicate\",\"id\":3}"},
+        // Command names are case-sensitive.
+        {"{\"command\":\"getlang\",\"id\":1}",
+         "{\"CommandError\":2,\"CommandErrorMsg\":\"Invalid Command\",\"command\":\"getlang\",\"id\":1}"},
+        // Null members count as present, read as an empty command and id 0.
+        {"{\"command\":null,\"id\":null}",
+         "{\"CommandError\":2,\"CommandErrorMsg\":\"Invalid Command\",\"command\":\"\",\"id\":0}"},
+        // A numeric command is read as its text, a fractional id is cut.
+        {"{\"command\":12,\"id\":1.9}",
+         "{\"CommandError\":2,\"CommandErrorMsg\":\"Invalid Command\",\"command\":\"12\",\"id\":1}"},
+    };
+    for (const auto& [request, answer] : table)
+        EXPECT_EQ(answer, Dispatch(request)) << request;
 }
 
 TEST(CommandDispatcherTest, GetLangAnswersTheLanguageName)
@@ -83,28 +83,12 @@ TEST(CommandDispatcherTest, SetNeverRememberPwdSucceedsDoingNothing)
               Dispatch("{\"command\":\"SetNeverRememberPwd\",\"id\":2}"));
 }
 
-TEST(CommandDispatcherTest, IdOfTheWrongTypeAnswersArgumentMissingEchoingTheCommand)
+TEST(CommandDispatcherTest, AMemberOfTheWrongTypeAnswersArgumentMissingEchoingTheOther)
 {
     EXPECT_EQ("{\"CommandError\":4,\"CommandErrorMsg\":\"Argument missing\",\"command\":\"GetLang\"}",
               Dispatch("{\"command\":\"GetLang\",\"id\":\"x\"}"));
-}
-
-TEST(CommandDispatcherTest, CommandOfTheWrongTypeAnswersArgumentMissingEchoingTheId)
-{
     EXPECT_EQ("{\"CommandError\":4,\"CommandErrorMsg\":\"Argument missing\",\"id\":9}",
               Dispatch("{\"command\":[\"GetLang\"],\"id\":9}"));
-}
-
-TEST(CommandDispatcherTest, NullMembersCountAsPresent)
-{
-    EXPECT_EQ("{\"CommandError\":2,\"CommandErrorMsg\":\"Invalid Command\",\"command\":\"\",\"id\":0}",
-              Dispatch("{\"command\":null,\"id\":null}"));
-}
-
-TEST(CommandDispatcherTest, NumericCommandIsReadAsItsText)
-{
-    EXPECT_EQ("{\"CommandError\":2,\"CommandErrorMsg\":\"Invalid Command\",\"command\":\"12\",\"id\":1}",
-              Dispatch("{\"command\":12,\"id\":1.9}"));
 }
 
 TEST(CommandDispatcherTest, ResponsesDoNotCarryOverBetweenRequests)
@@ -211,10 +195,8 @@ TEST(CommandDispatcherTest, PendingCheckAndValidateWaitsAndStillAnswersPending)
 
 TEST(CommandDispatcherTest, SetRememberPwdWithoutPromptFailureIsThree)
 {
-    DispatchRun run("{\"command\":\"SetRememberPwdWithoutPrompt\",\"id\":1}");
-    run.handler.m_statuses["SetRememberPwdWithoutPrompt"] = 7;
-
-    EXPECT_NE(std::string::npos, run.Dispatch().find("\"CommandError\":3,"));
+    EXPECT_NE(std::string::npos,
+              AnswerWhenTheOperationEnds("SetRememberPwdWithoutPrompt", 7).find("\"CommandError\":3,"));
 }
 
 TEST(CommandDispatcherTest, CancelOperationAnswersTheOperationsStatusWithoutTheCancelStep)
@@ -229,10 +211,7 @@ TEST(CommandDispatcherTest, CancelOperationAnswersTheOperationsStatusWithoutTheC
 
 TEST(CommandDispatcherTest, CheckSkipListAnswersTheOperationsStatus)
 {
-    DispatchRun run("{\"command\":\"CheckSkipList\",\"id\":1}");
-    run.handler.m_statuses["CheckSkipList"] = 4;
-
-    EXPECT_NE(std::string::npos, run.Dispatch().find("\"CommandError\":4,"));
+    EXPECT_NE(std::string::npos, AnswerWhenTheOperationEnds("CheckSkipList", 4).find("\"CommandError\":4,"));
 }
 
 TEST(CommandDispatcherTest, ShowPromptIsAnsweredWithIdMinusOne)

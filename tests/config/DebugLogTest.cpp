@@ -5,6 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <initializer_list>
+#include <string>
+
 namespace
 {
 constexpr const char* kKey = "HKLM\\SOFTWARE\\Kavrin\\Lumivar";
@@ -25,6 +28,18 @@ struct OpenedLog
     CDebugLog log;
     int opened = 0;
 };
+
+struct Expansion
+{
+    std::string format;
+    std::string expected;
+};
+
+void ExpectExpansions(std::initializer_list<Expansion> expansions)
+{
+    for (const Expansion& expansion : expansions)
+        EXPECT_EQ(expansion.expected, FormatLogLineAgain(expansion.format)) << expansion.format;
+}
 } // namespace
 
 TEST(LogSwitchTest, EmptyValueSwitchesEveryProgramOnAtEveryLevel)
@@ -198,38 +213,46 @@ TEST(DebugLogTest, ScrambledPercentCannotReachTheFormatter)
 
 TEST(FormatLogLineAgainTest, ConversionsExpandAsForAZeroOrNullArgument)
 {
-    EXPECT_EQ("a0b", FormatLogLineAgain("a%db"));
-    EXPECT_EQ("0 0 0 0", FormatLogLineAgain("%i %u %x %o"));
-    EXPECT_EQ("(null)", FormatLogLineAgain("%s"));
-    EXPECT_EQ("0.000000", FormatLogLineAgain("%f"));
-    EXPECT_EQ("0000000000000000", FormatLogLineAgain("%p"));
-    EXPECT_EQ(std::string("x\0y", 3), FormatLogLineAgain("x%cy"));
-    EXPECT_EQ("0", FormatLogLineAgain("%lld"));
-    EXPECT_EQ("0", FormatLogLineAgain("%I64u"));
-    EXPECT_EQ("0", FormatLogLineAgain("%hhx"));
+    ExpectExpansions({
+        {"a%db", "a0b"},
+        {"%i %u %x %o", "0 0 0 0"},
+        {"%s", "(null)"},
+        {"%f", "0.000000"},
+        {"%p", "0000000000000000"},
+        {"x%cy", std::string("x\0y", 3)},
+        {"%lld", "0"},
+        {"%I64u", "0"},
+        {"%hhx", "0"},
+    });
 }
 
 TEST(FormatLogLineAgainTest, FlagsWidthAndPrecisionApply)
 {
-    EXPECT_EQ("   0", FormatLogLineAgain("%4d"));
-    EXPECT_EQ("0   |", FormatLogLineAgain("%-4d|"));
-    EXPECT_EQ("0000", FormatLogLineAgain("%04x"));
-    EXPECT_EQ("(nu", FormatLogLineAgain("%.3s"));
-    EXPECT_EQ("0", FormatLogLineAgain("%*d"));
-    EXPECT_EQ("+0", FormatLogLineAgain("%+d"));
+    ExpectExpansions({
+        {"%4d", "   0"},
+        {"%-4d|", "0   |"},
+        {"%04x", "0000"},
+        {"%.3s", "(nu"},
+        {"%*d", "0"},
+        {"%+d", "+0"},
+    });
 }
 
 TEST(FormatLogLineAgainTest, PercentNWritesNothingAndDoublePercentIsOne)
 {
-    EXPECT_EQ("ab", FormatLogLineAgain("a%nb"));
-    EXPECT_EQ("100%", FormatLogLineAgain("100%%"));
+    ExpectExpansions({
+        {"a%nb", "ab"},
+        {"100%%", "100%"},
+    });
 }
 
 TEST(FormatLogLineAgainTest, UnknownAndUnfinishedConversionsStayAsWritten)
 {
-    EXPECT_EQ("%y", FormatLogLineAgain("%y"));
-    EXPECT_EQ("end %", FormatLogLineAgain("end %"));
-    EXPECT_EQ("end %-5", FormatLogLineAgain("end %-5"));
+    ExpectExpansions({
+        {"%y", "%y"},
+        {"end %", "end %"},
+        {"end %-5", "end %-5"},
+    });
 }
 
 TEST(FormatLogLineAgainTest, HugeWidthsAreCapped)
@@ -247,27 +270,33 @@ TEST(FormatLogLineAgainTest, PlainTextIsUnchanged)
 
 TEST(FormatLogLineAgainTest, TheLineEndsAtItsFirstNul)
 {
-    EXPECT_EQ("head", FormatLogLineAgain(std::string("head\0tail %d", 13)));
-    EXPECT_EQ("%", FormatLogLineAgain(std::string("%\0d", 3)));
+    ExpectExpansions({
+        {std::string("head\0tail %d", 13), "head"},
+        {std::string("%\0d", 3), "%"},
+    });
 }
 
 TEST(FormatLogLineAgainTest, FlagsThatWouldBeUndefinedAreDropped)
 {
-    EXPECT_EQ("0", FormatLogLineAgain("%#d"));
-    EXPECT_EQ("(null)", FormatLogLineAgain("%#s"));
-    EXPECT_EQ(" (null)", FormatLogLineAgain("%07s"));
-    EXPECT_EQ("  0000000000000000", FormatLogLineAgain("%018p"));
-    EXPECT_EQ(std::string("\0", 1), FormatLogLineAgain("%.3c"));
-    EXPECT_EQ("0", FormatLogLineAgain("%+u"));
-    EXPECT_EQ("0", FormatLogLineAgain("%#x")); // kept where it is defined; zero takes no prefix
-    EXPECT_EQ("+0.0", FormatLogLineAgain("%+.1f"));
+    ExpectExpansions({
+        {"%#d", "0"},
+        {"%#s", "(null)"},
+        {"%07s", " (null)"},
+        {"%018p", "  0000000000000000"},
+        {"%.3c", std::string("\0", 1)},
+        {"%+u", "0"},
+        {"%#x", "0"}, // kept where it is defined; zero takes no prefix
+        {"%+.1f", "+0.0"},
+    });
 }
 
 TEST(FormatLogLineAgainTest, WindowsOnlyConversionsExpandAsForANullArgument)
 {
-    EXPECT_EQ(std::string("a\0b", 3), FormatLogLineAgain("a%Cb"));
-    EXPECT_EQ("(null)", FormatLogLineAgain("%S"));
-    EXPECT_EQ("(null)", FormatLogLineAgain("%Z"));
+    ExpectExpansions({
+        {"a%Cb", std::string("a\0b", 3)},
+        {"%S", "(null)"},
+        {"%Z", "(null)"},
+    });
 }
 
 TEST(DebugLogTest, ScrambledNulCutsTheFileCopy)

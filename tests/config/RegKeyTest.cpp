@@ -9,7 +9,21 @@
 namespace
 {
 constexpr const char* kKey = "HKLM\\Software\\Test";
-}
+
+// The test key, reached through a transaction manager made with `transaction` and `fallback`.
+struct TransactedKey
+{
+    TransactedKey(std::uintptr_t transaction, bool fallback)
+        : manager(registry, transaction, fallback), key(registry, &manager)
+    {
+        registry.SetString(kKey, "v", "x");
+    }
+
+    CMemoryRegistry registry;
+    CRegTransactionManager manager;
+    CRegKey key;
+};
+} // namespace
 
 TEST(RegKeyTest, OpenKeepsTheViewFlagsOfTheAccess)
 {
@@ -241,36 +255,27 @@ TEST(RegKeyTest, ThirtyTwoBitViewOfSoftwareIsRedirected)
 
 TEST(RegTransactionTest, WithoutTransactionAndWithoutFallbackTheAnswerIsOne)
 {
-    CMemoryRegistry registry;
-    registry.SetString(kKey, "v", "x");
-    CRegTransactionManager manager(registry, 0, false);
-    CRegKey key(registry, &manager);
+    TransactedKey run(0, false);
 
-    EXPECT_EQ(1, key.Open(kHkeyLocalMachine, "Software\\Test"));
-    EXPECT_EQ(1, key.Create(kHkeyLocalMachine, "Software\\Test"));
-    EXPECT_EQ(0u, key.Handle());
+    EXPECT_EQ(1, run.key.Open(kHkeyLocalMachine, "Software\\Test"));
+    EXPECT_EQ(1, run.key.Create(kHkeyLocalMachine, "Software\\Test"));
+    EXPECT_EQ(0u, run.key.Handle());
 }
 
 TEST(RegTransactionTest, WithoutTransactionTheFallbackMakesThePlainCall)
 {
-    CMemoryRegistry registry;
-    registry.SetString(kKey, "v", "x");
-    CRegTransactionManager manager(registry, 0, true);
-    CRegKey key(registry, &manager);
+    TransactedKey run(0, true);
 
-    EXPECT_EQ(kRegOk, key.Open(kHkeyLocalMachine, "Software\\Test"));
-    EXPECT_EQ("open HKLM\\Software\\Test", registry.Calls().back());
+    EXPECT_EQ(kRegOk, run.key.Open(kHkeyLocalMachine, "Software\\Test"));
+    EXPECT_EQ("open HKLM\\Software\\Test", run.registry.Calls().back());
 }
 
 TEST(RegTransactionTest, WithATransactionAMissingFunctionAnswersOne)
 {
-    CMemoryRegistry registry;
-    registry.SetString(kKey, "v", "x");
-    CRegTransactionManager manager(registry, 0x44, true);
-    CRegKey key(registry, &manager);
+    TransactedKey run(0x44, true);
 
-    EXPECT_EQ(1, key.Open(kHkeyLocalMachine, "Software\\Test"));
-    EXPECT_EQ(1, key.Create(kHkeyLocalMachine, "Software\\Test"));
+    EXPECT_EQ(1, run.key.Open(kHkeyLocalMachine, "Software\\Test"));
+    EXPECT_EQ(1, run.key.Create(kHkeyLocalMachine, "Software\\Test"));
 }
 
 TEST(RegTransactionTest, DeleteSubKeyThroughAMissingTransactedFunctionAnswersOne)

@@ -78,20 +78,27 @@ struct Traced
 };
 
 using Lines = std::vector<std::string>;
+
+// Runs a traced wait of `timeoutMs` on `pump` and checks its answer, the messages it dispatched and its trace.
+void ExpectTimedWait(CScriptedPump& pump, std::uint32_t timeoutMs, int answer, int dispatched, const Lines& lines)
+{
+    Traced trace;
+
+    EXPECT_EQ(answer, LVBHOWaitWithMessageLoop(pump, trace.log, timeoutMs));
+
+    EXPECT_EQ(dispatched, pump.m_dispatched);
+    EXPECT_EQ(lines, trace.Lines());
+}
 } // namespace
 
 TEST(PumpingWaitTest, AnObjectSignalledOnEntryReturnsAtOnceWithoutTouchingTheQueue)
 {
-    Traced trace;
     CScriptedPump pump;
     pump.m_outcomes = {0};
     pump.m_queued = 3;
 
-    EXPECT_EQ(1, LVBHOWaitWithMessageLoop(pump, trace.log, 500));
-
-    EXPECT_EQ(0, pump.m_dispatched);
-    EXPECT_EQ((Lines{"Entering LVBHOWaitWithMessageLoop", "Event signalled,so exiting from LVBHOWaitWithMessageLoop"}),
-              trace.Lines());
+    ExpectTimedWait(pump, 500, 1, 0,
+                    {"Entering LVBHOWaitWithMessageLoop", "Event signalled,so exiting from LVBHOWaitWithMessageLoop"});
 }
 
 TEST(PumpingWaitTest, ATimeOutIsReportedAsSomethingElse)
@@ -109,23 +116,18 @@ TEST(PumpingWaitTest, ATimeOutIsReportedAsSomethingElse)
 
 TEST(PumpingWaitTest, MessagesAreServedUntilTheObjectIsSignalled)
 {
-    Traced trace;
     CScriptedPump pump;
     pump.m_outcomes = {1};
     pump.m_queued = 3;
     pump.m_signalAfter = 2;
 
-    EXPECT_EQ(1, LVBHOWaitWithMessageLoop(pump, trace.log, 500));
-
-    EXPECT_EQ(2, pump.m_dispatched);
-    EXPECT_EQ((Lines{"Entering LVBHOWaitWithMessageLoop", "Entering PeekMessage Loop",
-                     "Event is signalled from PeekMessge Loop, so returning"}),
-              trace.Lines());
+    ExpectTimedWait(pump, 500, 1, 2,
+                    {"Entering LVBHOWaitWithMessageLoop", "Entering PeekMessage Loop",
+                     "Event is signalled from PeekMessge Loop, so returning"});
 }
 
 TEST(PumpingWaitTest, AMessageArrivingAfterTheTimeOutIsNotDispatched)
 {
-    Traced trace;
     // The clock passes the whole time-out while the thread waits for the input.
     class CLatePump : public CScriptedPump
     {
@@ -139,32 +141,26 @@ TEST(PumpingWaitTest, AMessageArrivingAfterTheTimeOutIsNotDispatched)
     pump.m_outcomes = {1};
     pump.m_queued = 1;
 
-    EXPECT_EQ(0, LVBHOWaitWithMessageLoop(pump, trace.log, 200));
-
-    EXPECT_EQ(0, pump.m_dispatched);
-    EXPECT_EQ((Lines{"Entering LVBHOWaitWithMessageLoop", "Our TimeOut, so breaking from loop",
-                     "Exiting LVBHOWaitWithMessageLoop"}),
-              trace.Lines());
+    ExpectTimedWait(pump, 200, 0, 0,
+                    {"Entering LVBHOWaitWithMessageLoop", "Our TimeOut, so breaking from loop",
+                     "Exiting LVBHOWaitWithMessageLoop"});
 }
 
 TEST(PumpingWaitTest, ANeverPausingStreamEndsAfterASecondFullWait)
 {
-    Traced trace;
     CScriptedPump pump;
     pump.m_outcomes = {1, 258};
     pump.m_queued = 1;
     pump.m_endlessStream = true;
     pump.m_dispatchCost = 10;
 
-    EXPECT_EQ(0, LVBHOWaitWithMessageLoop(pump, trace.log, 100));
+    ExpectTimedWait(pump, 100, 0, 10,
+                    {"Entering LVBHOWaitWithMessageLoop", "Entering PeekMessage Loop",
+                     "Our TimedOut from PeekMessge Loop,so breaking from loop", "Exited from PeekMessage Loop",
+                     "Something else happened so breaking from loop", "Exiting LVBHOWaitWithMessageLoop"});
 
     // The inner loop stops on the elapsed test; the outer loop then waits once more for the whole time.
     EXPECT_EQ((std::vector<std::uint32_t>{100, 100}), pump.m_waits);
-    EXPECT_EQ(10, pump.m_dispatched);
-    EXPECT_EQ((Lines{"Entering LVBHOWaitWithMessageLoop", "Entering PeekMessage Loop",
-                     "Our TimedOut from PeekMessge Loop,so breaking from loop", "Exited from PeekMessage Loop",
-                     "Something else happened so breaking from loop", "Exiting LVBHOWaitWithMessageLoop"}),
-              trace.Lines());
     EXPECT_EQ(1200u, pump.m_now); // about twice the time-out
 }
 

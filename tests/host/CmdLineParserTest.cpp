@@ -2,6 +2,20 @@
 
 #include <gtest/gtest.h>
 
+#include <initializer_list>
+
+namespace
+{
+void ExpectKeys(const CCmdLineParser& parser, std::initializer_list<const char*> present,
+                std::initializer_list<const char*> absent)
+{
+    for (const char* key : present)
+        EXPECT_TRUE(parser.HasKey(key)) << key;
+    for (const char* key : absent)
+        EXPECT_FALSE(parser.HasKey(key)) << key;
+}
+} // namespace
+
 TEST(CmdLineParserTest, EmptyLineGivesNoKeys)
 {
     CCmdLineParser parser("");
@@ -21,8 +35,7 @@ TEST(CmdLineParserTest, DriveLetterYieldsASpuriousKeyThatMatchesNoSwitch)
 {
     CCmdLineParser parser("C:\\Lumivar\\LVBHOHost.exe -RegisterNativeApp");
 
-    EXPECT_TRUE(parser.HasKey("\\lumivar\\lvbhohost.exe"));
-    EXPECT_TRUE(parser.HasKey("RegisterNativeApp"));
+    ExpectKeys(parser, {"\\lumivar\\lvbhohost.exe", "RegisterNativeApp"}, {});
     EXPECT_EQ(2u, parser.Keys().size());
 }
 
@@ -30,9 +43,7 @@ TEST(CmdLineParserTest, QuotedProgramPathWithSpaces)
 {
     CCmdLineParser parser("\"C:\\Program Files\\Lumivar\\LVBHOHost.exe\" /RegisterFFBHO");
 
-    EXPECT_TRUE(parser.HasKey("\\program"));
-    EXPECT_TRUE(parser.HasKey("RegisterFFBHO"));
-    EXPECT_FALSE(parser.HasKey("RegisterNativeApp"));
+    ExpectKeys(parser, {"\\program", "RegisterFFBHO"}, {"RegisterNativeApp"});
 }
 
 TEST(CmdLineParserTest, ChromeOriginYieldsTheKeyExtension)
@@ -50,10 +61,10 @@ TEST(CmdLineParserTest, FirefoxArgumentsProduceNoSwitch)
 {
     CCmdLineParser parser("\"C:\\Lumivar\\LVBHOHost.exe\" C:\\Lumivar\\lvbhohost-firefox.json lumivar@kavrin.com");
 
-    for (const char* name :
-         {"RegisterNativeApp", "UnRegisterNativeApp", "RegisterChromeGPO", "UnRegisterChromeGPO", "RegisterFFBHO",
-          "UnRegisterFFBHO", "InstallChromeBHO", "CheckBHOInstalled", "RegisterChromeBHO", "UnRegisterChromeBHO"})
-        EXPECT_FALSE(parser.HasKey(name)) << name;
+    ExpectKeys(parser, {},
+               {"RegisterNativeApp", "UnRegisterNativeApp", "RegisterChromeGPO", "UnRegisterChromeGPO", "RegisterFFBHO",
+                "UnRegisterFFBHO", "InstallChromeBHO", "CheckBHOInstalled", "RegisterChromeBHO",
+                "UnRegisterChromeBHO"});
 }
 
 TEST(CmdLineParserTest, SwitchAfterSlashOrLowerCaseAfterHyphenIsFound)
@@ -66,8 +77,7 @@ TEST(CmdLineParserTest, CaseSensitiveParserKeepsTheCase)
 {
     CCmdLineParser parser("x.exe -registernativeapp", true);
 
-    EXPECT_FALSE(parser.HasKey("RegisterNativeApp"));
-    EXPECT_TRUE(parser.HasKey("registernativeapp"));
+    ExpectKeys(parser, {"registernativeapp"}, {"RegisterNativeApp"});
 }
 
 TEST(CmdLineParserTest, QuotedValueOfTwoWordsThenAnotherKey)
@@ -129,8 +139,7 @@ TEST(CmdLineParserTest, EmptyKeyWithAValueIsNotStored)
 {
     CCmdLineParser parser("-:value -b");
 
-    EXPECT_FALSE(parser.HasKey(""));
-    EXPECT_TRUE(parser.HasKey("b"));
+    ExpectKeys(parser, {"b"}, {""});
 }
 
 TEST(CmdLineParserTest, ParseReplacesTheKeys)
@@ -139,8 +148,7 @@ TEST(CmdLineParserTest, ParseReplacesTheKeys)
 
     EXPECT_TRUE(parser.Parse("-b"));
 
-    EXPECT_FALSE(parser.HasKey("a"));
-    EXPECT_TRUE(parser.HasKey("b"));
+    ExpectKeys(parser, {"b"}, {"a"});
 }
 
 TEST(CmdLineParserTest, NonAsciiBytesPassThrough)

@@ -4,12 +4,22 @@
 
 #include <gtest/gtest.h>
 
-TEST(ImmersiveCheckTest, WithoutTheFunctionNothingIsImmersive)
+namespace
+{
+// Chrome runs immersive here, so only the failure under test can make the answer false.
+CFakeImmersiveQuery ImmersiveChrome()
 {
     CFakeImmersiveQuery query;
-    query.m_hasFunction = false;
     query.m_processes = {{8, "chrome.exe"}};
     query.m_immersiveIds = {8};
+    return query;
+}
+} // namespace
+
+TEST(ImmersiveCheckTest, WithoutTheFunctionNothingIsImmersive)
+{
+    CFakeImmersiveQuery query = ImmersiveChrome();
+    query.m_hasFunction = false;
 
     EXPECT_FALSE(IsProcessImmersive(query, "chrome.exe"));
     EXPECT_TRUE(query.m_asked.empty());
@@ -17,10 +27,8 @@ TEST(ImmersiveCheckTest, WithoutTheFunctionNothingIsImmersive)
 
 TEST(ImmersiveCheckTest, FailedSnapshotIsNotImmersive)
 {
-    CFakeImmersiveQuery query;
+    CFakeImmersiveQuery query = ImmersiveChrome();
     query.m_snapshotWorks = false;
-    query.m_processes = {{8, "chrome.exe"}};
-    query.m_immersiveIds = {8};
 
     EXPECT_FALSE(IsProcessImmersive(query, "chrome.exe"));
 }

@@ -5,6 +5,20 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+#include <utility>
+
+namespace
+{
+// Reads member `name` as a string into a variable that held stale text, so that an emptied value shows.
+std::string StringOf(JsonCPPWrapper& message, const char* name)
+{
+    std::string value = "stale";
+    message.GetString(value, name);
+    return value;
+}
+} // namespace
+
 TEST(JsonMessageTest, FreshMessageIsNull)
 {
     JsonCPPWrapper message;
@@ -36,65 +50,46 @@ TEST(JsonMessageTest, ReadingAMissingMemberAddsItAsNull)
 {
     JsonCPPWrapper message;
     ASSERT_TRUE(message.Parse("{}"));
-    std::string value = "stale";
 
-    message.GetString(value, "absent");
+    EXPECT_EQ("", StringOf(message, "absent"));
 
-    EXPECT_EQ("", value);
     EXPECT_TRUE(message.HasMember("absent"));
     EXPECT_EQ("{\"absent\":null}", Text(message));
 }
 
-TEST(JsonMessageTest, MissingIntegerReadsAsZero)
+TEST(JsonMessageTest, AnIntegerThatCannotBeReadIsZeroAndOnlyAWrongValueIsAConversionFailure)
 {
-    JsonCPPWrapper message;
-    ASSERT_TRUE(message.Parse("{}"));
+    const std::pair<const char*, bool> table[] = {
+        {"{}", false},                 // a missing member
+        {"{\"id\":\"x\"}", true},      // a string, and no exception
+        {"{\"id\":4294967296}", true}, // out of range
+    };
+    for (const auto& [text, failed] : table)
+    {
+        SCOPED_TRACE(text);
+        JsonCPPWrapper message;
+        ASSERT_TRUE(message.Parse(text));
 
-    EXPECT_EQ(0, message.GetInt("id"));
-    EXPECT_FALSE(message.ConversionFailed());
+        EXPECT_EQ(0, message.GetInt("id"));
+        EXPECT_EQ(failed, message.ConversionFailed());
+    }
 }
 
 TEST(JsonMessageTest, BooleanReadAsStringIsItsWord)
 {
     JsonCPPWrapper message;
     ASSERT_TRUE(message.Parse("{\"flag\":true,\"off\":false}"));
-    std::string on;
-    std::string off;
 
-    message.GetString(on, "flag");
-    message.GetString(off, "off");
-
-    EXPECT_EQ("true", on);
-    EXPECT_EQ("false", off);
-}
-
-TEST(JsonMessageTest, StringReadAsIntegerIsAConversionFailureNotAnException)
-{
-    JsonCPPWrapper message;
-    ASSERT_TRUE(message.Parse("{\"id\":\"x\"}"));
-
-    EXPECT_EQ(0, message.GetInt("id"));
-    EXPECT_TRUE(message.ConversionFailed());
+    EXPECT_EQ("true", StringOf(message, "flag"));
+    EXPECT_EQ("false", StringOf(message, "off"));
 }
 
 TEST(JsonMessageTest, ObjectReadAsStringIsAConversionFailure)
 {
     JsonCPPWrapper message;
     ASSERT_TRUE(message.Parse("{\"command\":{\"a\":1}}"));
-    std::string value = "stale";
 
-    message.GetString(value, "command");
-
-    EXPECT_EQ("", value);
-    EXPECT_TRUE(message.ConversionFailed());
-}
-
-TEST(JsonMessageTest, IntegerOutOfRangeIsAConversionFailure)
-{
-    JsonCPPWrapper message;
-    ASSERT_TRUE(message.Parse("{\"id\":4294967296}"));
-
-    EXPECT_EQ(0, message.GetInt("id"));
+    EXPECT_EQ("", StringOf(message, "command"));
     EXPECT_TRUE(message.ConversionFailed());
 }
 

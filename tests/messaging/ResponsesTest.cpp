@@ -9,19 +9,18 @@
 #include <gtest/gtest.h>
 
 #include <thread>
+#include <utility>
 #include <vector>
 
 TEST(ResponsesTest, StatusTexts)
 {
-    EXPECT_STREQ("success", StatusText(0));
-    EXPECT_STREQ("Invalid Json", StatusText(1));
-    EXPECT_STREQ("Invalid Command", StatusText(2));
-    EXPECT_STREQ("fail", StatusText(3));
-    EXPECT_STREQ("Argument missing", StatusText(4));
-    EXPECT_STREQ("pending", StatusText(5));
-    EXPECT_STREQ("vault select", StatusText(6));
-    EXPECT_STREQ("unknown error", StatusText(7));
-    EXPECT_STREQ("unknown error", StatusText(4294967295u));
+    const std::pair<std::uint32_t, const char*> table[] = {
+        {0, "success"},      {1, "Invalid Json"},     {2, "Invalid Command"},
+        {3, "fail"},         {4, "Argument missing"}, {5, "pending"},
+        {6, "vault select"}, {7, "unknown error"},    {4294967295u, "unknown error"},
+    };
+    for (const auto& [code, text] : table)
+        EXPECT_STREQ(text, StatusText(code)) << code;
 }
 
 TEST(ResponsesTest, SetStatusWritesTheTwoMembersOnly)

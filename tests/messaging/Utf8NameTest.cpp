@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace
@@ -37,6 +38,16 @@ public:
     std::string m_converted = "x";
     std::vector<std::string> m_calls;
 };
+
+using Answer = std::pair<bool, std::string>;
+
+// What ToUtf8Name returns and leaves in a result that held stale text, so that an emptied result shows.
+Answer ConvertOverStaleText(ITextCodec& codec, const char* text)
+{
+    std::string result = "stale";
+    const bool ok = ToUtf8Name(codec, text, result);
+    return {ok, result};
+}
 } // namespace
 
 TEST(Utf8NameTest, AcceptsPrintableAsciiAndTheThreeWhitespaceBytes)
@@ -92,10 +103,8 @@ TEST(Utf8NameTest, RefusesLoneAndTruncatedSequences)
 TEST(Utf8NameTest, NullGivesFailureAndEmptyResult)
 {
     CScriptedCodec codec;
-    std::string result = "stale";
 
-    EXPECT_FALSE(ToUtf8Name(codec, nullptr, result));
-    EXPECT_EQ("", result);
+    EXPECT_EQ(Answer(false, ""), ConvertOverStaleText(codec, nullptr));
 }
 
 TEST(Utf8NameTest, Utf8TextIsTakenAsItIsWithoutTheCodec)
@@ -150,10 +159,8 @@ TEST(Utf8NameTest, EmptyWideTextGivesSuccessAndEmptyResult)
 {
     CScriptedCodec codec;
     codec.m_wide.clear();
-    std::string result = "stale";
 
-    EXPECT_TRUE(ToUtf8Name(codec, "\x01", result));
-    EXPECT_EQ("", result);
+    EXPECT_EQ(Answer(true, ""), ConvertOverStaleText(codec, "\x01"));
 }
 
 TEST(Utf8NameTest, FailedConversionGivesEmptyResult)
@@ -161,10 +168,8 @@ TEST(Utf8NameTest, FailedConversionGivesEmptyResult)
     CScriptedCodec codec;
     codec.m_lastError = 122;
     codec.m_converted.clear();
-    std::string result = "stale";
 
-    EXPECT_FALSE(ToUtf8Name(codec, "\x01", result));
-    EXPECT_EQ("", result);
+    EXPECT_EQ(Answer(false, ""), ConvertOverStaleText(codec, "\x01"));
 }
 
 TEST(Utf8NameTest, PortableCodecReadsWindows1252)

@@ -32,6 +32,14 @@ struct Prompt : PromptWorld
 
     void Request(const char* text) { ASSERT_TRUE(request.Parse(text)) << text; }
 
+    // Brings the browser to the front and asks for the prompt of `text`; answers what ShowPrompt answers.
+    std::intptr_t ShowInTheBrowser(const char* text)
+    {
+        desktop.m_foreground = kBrowser;
+        Request(text);
+        return controller->ShowPrompt();
+    }
+
     // The frames written to the extension so far, as texts.
     std::vector<std::string> Frames()
     {
@@ -194,10 +202,8 @@ TEST(PromptControllerTest, ShowPromptPlacesPageOneInTheBrowserAndSendsItsSize)
 TEST(PromptControllerTest, ShowPromptTakesTheDomainFromTheUrlWhenNoneIsGiven)
 {
     Prompt run;
-    run.desktop.m_foreground = kBrowser;
-    run.Request("{\"id\":1,\"pagenum\":5,\"url\":\"https://shop.example.org/cart\"}");
 
-    run.controller->ShowPrompt();
+    run.ShowInTheBrowser("{\"id\":1,\"pagenum\":5,\"url\":\"https://shop.example.org/cart\"}");
 
     ASSERT_EQ(1u, run.prompt.m_shows.size());
     EXPECT_EQ("5", run.prompt.m_shows[0].page);
@@ -208,10 +214,8 @@ TEST(PromptControllerTest, ShowPromptTakesTheDomainFromTheUrlWhenNoneIsGiven)
 TEST(PromptControllerTest, PagesOtherThanOneFourAndFiveSendNoSize)
 {
     Prompt run;
-    run.desktop.m_foreground = kBrowser;
-    run.Request("{\"id\":1,\"pagenum\":3,\"domain\":\"a.com\"}");
 
-    run.controller->ShowPrompt();
+    run.ShowInTheBrowser("{\"id\":1,\"pagenum\":3,\"domain\":\"a.com\"}");
 
     EXPECT_EQ(1u, run.prompt.m_shows.size());
     EXPECT_TRUE(run.Frames().empty());
@@ -220,11 +224,9 @@ TEST(PromptControllerTest, PagesOtherThanOneFourAndFiveSendNoSize)
 TEST(PromptControllerTest, PromptWidthIsNeverLessThanTheDesktopWidth)
 {
     Prompt run("chrome", 166, 1280);
-    run.desktop.m_foreground = kBrowser;
     run.prompt.m_originalWidth = 2000;
-    run.Request("{\"id\":1,\"pagenum\":4,\"domain\":\"a.com\"}");
 
-    run.controller->ShowPrompt();
+    run.ShowInTheBrowser("{\"id\":1,\"pagenum\":4,\"domain\":\"a.com\"}");
 
     ASSERT_EQ(1u, run.Frames().size());
     EXPECT_NE(std::string::npos,
@@ -357,9 +359,7 @@ namespace
 std::string AnswerFor(const char* page, std::int32_t action, const char* url = "MAIL.EXAMPLE.COM")
 {
     Prompt run;
-    run.desktop.m_foreground = kBrowser;
-    run.Request("{\"id\":7,\"pagenum\":1,\"domain\":\"a.com\"}");
-    run.controller->ShowPrompt();
+    run.ShowInTheBrowser("{\"id\":7,\"pagenum\":1,\"domain\":\"a.com\"}");
     run.prompt.Show(kBrowser, page, 0, 0, 400, 200, url);
     run.prompt.m_calls.clear();
     run.controller->ProcessPromptUi(CPromptController::Sender::PromptDialog, action);
@@ -465,9 +465,7 @@ TEST(PromptControllerTest, PageFourTurnOnDeniedIsNoSave)
 TEST(PromptControllerTest, PageFourDontShowAgainIsRecordedForTheUser)
 {
     Prompt run;
-    run.desktop.m_foreground = kBrowser;
-    run.Request("{\"id\":9,\"pagenum\":4,\"domain\":\"a.com\"}");
-    run.controller->ShowPrompt();
+    run.ShowInTheBrowser("{\"id\":9,\"pagenum\":4,\"domain\":\"a.com\"}");
 
     run.controller->ProcessPromptUi(CPromptController::Sender::PromptDialog, 3);
 
@@ -648,6 +646,20 @@ void AddWindows(Prompt& run)
     run.desktop.m_windows[kOtherProgram] = {"Notepad", "C:\\Windows\\notepad.exe", 0, false};
     run.desktop.m_windows[kCoreProgram] = {"LvMainWnd", "C:\\Program Files\\Lumivar\\LvEngine.exe", 0, false};
 }
+
+// The frame that tells the extension whether the browser has the focus and whether it is minimised.
+std::string FocusFrame(int focused, int minimize)
+{
+    return "{\"command\":\"focuschangeevent\",\"focused\":" + std::to_string(focused) +
+           ",\"minimize\":" + std::to_string(minimize) + "}";
+}
+
+// Checks that one focus change went to the extension, as `frame`, and that `browser` is the browser kept.
+void ExpectOneFocusReport(Prompt& run, const std::string& frame, WindowId browser)
+{
+    EXPECT_EQ((std::vector<std::string>{frame}), run.Frames());
+    EXPECT_EQ(browser, run.controller->LastBrowserWindow());
+}
 } // namespace
 
 TEST(FocusTrackingTest, FocusOnFirefoxIsReportedAfterTheMinimiseSettles)
@@ -657,10 +669,8 @@ TEST(FocusTrackingTest, FocusOnFirefoxIsReportedAfterTheMinimiseSettles)
 
     run.controller->OnWinEvent(kEventObjectFocus, kBrowser);
 
-    EXPECT_EQ((std::vector<std::string>{"{\"command\":\"focuschangeevent\",\"focused\":1,\"minimize\":0}"}),
-              run.Frames());
+    ExpectOneFocusReport(run, FocusFrame(1, 0), kBrowser);
     EXPECT_EQ((std::vector<std::uint32_t>{150}), run.desktop.m_sleeps);
-    EXPECT_EQ(kBrowser, run.controller->LastBrowserWindow());
 }
 
 TEST(FocusTrackingTest, TheFocusCheckComparesClassesWhateverTheirCase)
@@ -670,9 +680,7 @@ TEST(FocusTrackingTest, TheFocusCheckComparesClassesWhateverTheirCase)
 
     run.controller->OnWinEvent(kEventObjectFocus, 0x730);
 
-    EXPECT_EQ((std::vector<std::string>{"{\"command\":\"focuschangeevent\",\"focused\":1,\"minimize\":0}"}),
-              run.Frames());
-    EXPECT_EQ(0x730u, run.controller->LastBrowserWindow());
+    ExpectOneFocusReport(run, FocusFrame(1, 0), 0x730u);
 }
 
 TEST(FocusTrackingTest, AChildOfFirefoxIsFoundThroughItsParents)
@@ -683,9 +691,7 @@ TEST(FocusTrackingTest, AChildOfFirefoxIsFoundThroughItsParents)
 
     run.controller->OnWinEvent(kEventObjectFocus, kFirefoxChild);
 
-    EXPECT_EQ((std::vector<std::string>{"{\"command\":\"focuschangeevent\",\"focused\":1,\"minimize\":1}"}),
-              run.Frames());
-    EXPECT_EQ(kBrowser, run.controller->LastBrowserWindow());
+    ExpectOneFocusReport(run, FocusFrame(1, 1), kBrowser);
 }
 
 TEST(FocusTrackingTest, AFirefoxWindowWithoutABrowserAncestorIsNotFocused)
@@ -695,9 +701,7 @@ TEST(FocusTrackingTest, AFirefoxWindowWithoutABrowserAncestorIsNotFocused)
 
     run.controller->OnWinEvent(kEventObjectFocus, kFirefoxOrphan);
 
-    EXPECT_EQ((std::vector<std::string>{"{\"command\":\"focuschangeevent\",\"focused\":0,\"minimize\":0}"}),
-              run.Frames());
-    EXPECT_EQ(0u, run.controller->LastBrowserWindow());
+    ExpectOneFocusReport(run, FocusFrame(0, 0), 0u);
 }
 
 TEST(FocusTrackingTest, OnlyTheFirstFocusElsewhereIsReported)
@@ -710,9 +714,7 @@ TEST(FocusTrackingTest, OnlyTheFirstFocusElsewhereIsReported)
     run.controller->OnWinEvent(kEventObjectFocus, kOtherProgram);
     run.controller->OnWinEvent(kEventObjectFocus, kOtherProgram);
 
-    EXPECT_EQ((std::vector<std::string>{"{\"command\":\"focuschangeevent\",\"focused\":1,\"minimize\":0}",
-                                        "{\"command\":\"focuschangeevent\",\"focused\":0,\"minimize\":1}"}),
-              run.Frames());
+    EXPECT_EQ((std::vector<std::string>{FocusFrame(1, 0), FocusFrame(0, 1)}), run.Frames());
     EXPECT_EQ(0u, run.controller->LastBrowserWindow());
 }
 

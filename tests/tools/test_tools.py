@@ -124,6 +124,14 @@ class NmClientTest(unittest.TestCase):
             os.unlink(script)
         return result.returncode, result.stdout.decode(), result.stderr.decode()
 
+    def failed_run(self, lines, *expected, options=()):
+        """Runs the client, which must fail, checks that its output holds each of `expected` and returns it."""
+        code, out, _ = self.client(lines, options=options)
+        self.assertEqual(1, code)
+        for text in expected:
+            self.assertIn(text, out)
+        return out
+
     def test_answers_are_matched_and_timed_and_the_summary_counts_them(self):
         code, out, _ = self.client(['{"command":"GetLang","id":1}', "# a comment", '{"command":"push","id":2}'])
 
@@ -143,48 +151,34 @@ class NmClientTest(unittest.TestCase):
         self.assertIn("answer to #2", out)
 
     def test_malformed_frames_from_the_host_are_reported(self):
-        code, out, _ = self.client(['{"command":"garbage","id":1}'])
-
-        self.assertEqual(1, code)
-        self.assertIn("!! malformed frame (9 bytes): the body is not JSON", out)
-        self.assertIn("1 malformed", out)
+        self.failed_run(['{"command":"garbage","id":1}'], "!! malformed frame (9 bytes): the body is not JSON",
+                        "1 malformed")
 
     def test_an_impossible_length_stops_the_reading(self):
-        code, out, _ = self.client(['{"command":"huge","id":1}', '{"command":"GetLang","id":2}'], options=["--timeout", "2"])
-
-        self.assertEqual(1, code)
-        self.assertIn("length 4294967295 is beyond any message a browser accepts", out)
-        self.assertIn("!! no answer to request #2", out)
+        self.failed_run(['{"command":"huge","id":1}', '{"command":"GetLang","id":2}'],
+                        "length 4294967295 is beyond any message a browser accepts", "!! no answer to request #2",
+                        options=["--timeout", "2"])
 
     def test_output_ending_inside_a_frame_is_reported(self):
-        code, out, _ = self.client(['{"command":"cut","id":1}'])
-
-        self.assertEqual(1, code)
-        self.assertIn("!! the output ended inside a frame: 6 of 100 body bytes", out)
+        self.failed_run(['{"command":"cut","id":1}'], "!! the output ended inside a frame: 6 of 100 body bytes")
 
     def test_a_request_left_unanswered_is_named_after_the_time_out(self):
         start = time.monotonic()
-        code, out, _ = self.client(['{"command":"silent","id":5}'], options=["--timeout", "1"])
+        self.failed_run(['{"command":"silent","id":5}'], "!! no answer to request #1", options=["--timeout", "1"])
 
-        self.assertEqual(1, code)
-        self.assertIn("!! no answer to request #1", out)
         self.assertLess(time.monotonic() - start, 20)
 
     def test_the_hosts_exit_code_is_reported_and_fails_the_run(self):
-        code, out, _ = self.client(['{"command":"exit","id":1,"code":3}', '{"command":"GetLang","id":2}'],
-                                   options=["--timeout", "2"])
-
-        self.assertEqual(1, code)
-        self.assertIn("host exit code 3", out)
+        self.failed_run(['{"command":"exit","id":1,"code":3}', '{"command":"GetLang","id":2}'], "host exit code 3",
+                        options=["--timeout", "2"])
 
     def test_close_and_wait_and_sleep_lines(self):
-        code, out, _ = self.client(['{"command":"GetLang","id":1}', "!wait 5000", "!sleep 50", "!close",
-                                    '{"command":"GetLang","id":2}'])
+        out = self.failed_run(['{"command":"GetLang","id":1}', "!wait 5000", "!sleep 50", "!close",
+                               '{"command":"GetLang","id":2}'],
+                              "!! request #2 was not delivered: the host's input is closed")
 
-        self.assertEqual(1, code)
         close = out.index("-- the host's input is closed")
         self.assertLess(out.index("answer to #1"), close)
-        self.assertIn("!! request #2 was not delivered: the host's input is closed", out)
 
     def test_arguments_reach_the_host_unchanged(self):
         with tempfile.TemporaryDirectory() as tmp:

@@ -543,6 +543,13 @@ public:
     }
     int m_scans = 0;
 };
+
+// The core found nothing: no result and no flag.
+void ExpectNothingFound(const BHOSharedData& block)
+{
+    EXPECT_EQ(0u, block.result);
+    EXPECT_EQ(0u, block.flags);
+}
 } // namespace
 
 TEST_F(CoreSimTest, ARunningCoreIsWatchedWithoutScanningAgainUntilItExits)
@@ -588,9 +595,7 @@ TEST_F(CoreSimTest, IsKnownSaysNoForAnUnknownSite)
 
     ASSERT_EQ(WAIT_OBJECT_0, m_host.Request(kRequestIsKnown, KeyAndUser(kSiteKey)));
 
-    const BHOSharedData block = m_host.Snapshot();
-    EXPECT_EQ(0u, block.result);
-    EXPECT_EQ(0u, block.flags);
+    ExpectNothingFound(m_host.Snapshot());
 }
 
 TEST_F(CoreSimTest, IsKnownSaysYesAfterVaultAdd)
@@ -714,9 +719,7 @@ TEST_F(CoreSimTest, MissCanFail)
 
     ASSERT_EQ(WAIT_OBJECT_0, m_host.Request(kRequestLookUp, KeyAndUser(kSiteKey)));
 
-    const BHOSharedData block = m_host.Snapshot();
-    EXPECT_EQ(0u, block.result);
-    EXPECT_EQ(0u, block.flags);
+    ExpectNothingFound(m_host.Snapshot());
 }
 
 TEST_F(CoreSimTest, CancelClearsTheCancellableBit)

@@ -38,6 +38,18 @@ private:
 
 constexpr UINT kTrigger = WM_APP + 5;
 
+// An event that the window's trigger sets, and the wait's log.
+struct SignallingWindow
+{
+    SignallingWindow() { created = window.CreateHidden("LvbhoPumpTestWindow", ""); }
+
+    CHandle event{::CreateEventA(nullptr, TRUE, FALSE, nullptr)};
+    CSignallingWindow window{event.Get(), kTrigger};
+    bool created = false;
+    CFakeLogSink sink;
+    CDebugLog log{sink};
+};
+
 void DrainQueue()
 {
     MSG message;
@@ -58,32 +70,26 @@ TEST(PumpingWaitWinTest, AnObjectSignalledOnEntryReturnsOne)
 
 TEST(PumpingWaitWinTest, APostedMessageIsDispatchedDuringTheWait)
 {
-    CHandle event(::CreateEventA(nullptr, TRUE, FALSE, nullptr));
-    CSignallingWindow window(event.Get(), kTrigger);
-    ASSERT_TRUE(window.CreateHidden("LvbhoPumpTestWindow", ""));
-    CFakeLogSink sink;
-    CDebugLog log(sink);
-    ASSERT_TRUE(::PostMessageA(window.Handle(), kTrigger, 0, 0));
+    SignallingWindow signalling;
+    ASSERT_TRUE(signalling.created);
+    ASSERT_TRUE(::PostMessageA(signalling.window.Handle(), kTrigger, 0, 0));
 
-    EXPECT_EQ(1, WaitPumpingWin(event.Get(), 5000, log));
+    EXPECT_EQ(1, WaitPumpingWin(signalling.event.Get(), 5000, signalling.log));
 
-    EXPECT_EQ(1, window.m_seen);
+    EXPECT_EQ(1, signalling.window.m_seen);
 }
 
 TEST(PumpingWaitWinTest, AMessageSentFromAnotherThreadIsServedDuringTheWait)
 {
-    CHandle event(::CreateEventA(nullptr, TRUE, FALSE, nullptr));
-    CSignallingWindow window(event.Get(), kTrigger);
-    ASSERT_TRUE(window.CreateHidden("LvbhoPumpTestWindow", ""));
-    CFakeLogSink sink;
-    CDebugLog log(sink);
+    SignallingWindow signalling;
+    ASSERT_TRUE(signalling.created);
     LRESULT answer = 0;
     std::thread sender([&] {
         ::Sleep(50);
-        answer = ::SendMessageA(window.Handle(), kTrigger, 0, 0);
+        answer = ::SendMessageA(signalling.window.Handle(), kTrigger, 0, 0);
     });
 
-    const std::int32_t outcome = WaitPumpingWin(event.Get(), 5000, log);
+    const std::int32_t outcome = WaitPumpingWin(signalling.event.Get(), 5000, signalling.log);
     sender.join();
 
     EXPECT_EQ(1, outcome);

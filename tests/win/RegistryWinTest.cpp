@@ -13,6 +13,7 @@
 #include <windows.h>
 
 #include <cstring>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -63,6 +64,29 @@ protected:
     CRegistryWin m_registry;
     CRegKey m_key{m_registry};
 };
+// The product settings, loaded through a machine hive that is overridden for the test, after `write` has written
+// the product's key.
+bool LoadProductWrittenBy(const std::function<void(CRegKey& key)>& write, ProductInfo& info)
+{
+    CHiveOverride hive(HKEY_LOCAL_MACHINE, "Software\\LvbhoScratchHklm");
+    if (!hive.Ok())
+    {
+        ADD_FAILURE() << "the machine hive could not be overridden; nothing was written";
+        return false;
+    }
+    CRegistryWin registry;
+    {
+        CRegKey key(registry);
+        if (key.Create(kHkeyLocalMachine, "Software\\Kavrin\\Lumivar") != kRegOk)
+        {
+            ADD_FAILURE() << "the product key could not be made";
+            return false;
+        }
+        write(key);
+    }
+    CProductSettings settings(registry);
+    return settings.Load(info);
+}
 } // namespace
 
 TEST_F(RegistryWinTest, PredefinedRootsHaveTheWindowsValues)
@@ -197,20 +221,15 @@ TEST(RegistryWinTransactionTest, FallbackWithoutTransactionMakesThePlainCall)
 
 TEST(RegistryWinOverrideTest, ProductSettingsReadThroughAnOverriddenMachineHive)
 {
-    CHiveOverride hive(HKEY_LOCAL_MACHINE, "Software\\LvbhoScratchHklm");
-    ASSERT_TRUE(hive.Ok());
-    CRegistryWin registry;
-    {
-        CRegKey key(registry);
-        ASSERT_EQ(kRegOk, key.Create(kHkeyLocalMachine, "Software\\Kavrin\\Lumivar"));
-        ASSERT_EQ(kRegOk, key.SetStringValue("InstallDir", "C:\\Scratch\\"));
-        ASSERT_EQ(kRegOk, key.SetDWORDValue("OEM", 55));
-        ASSERT_EQ(kRegOk, key.SetStringValue("ProductVer", "9.9"));
-    }
-    CProductSettings settings(registry);
     ProductInfo info;
 
-    ASSERT_TRUE(settings.Load(info));
+    ASSERT_TRUE(LoadProductWrittenBy(
+        [](CRegKey& key) {
+            ASSERT_EQ(kRegOk, key.SetStringValue("InstallDir", "C:\\Scratch\\"));
+            ASSERT_EQ(kRegOk, key.SetDWORDValue("OEM", 55));
+            ASSERT_EQ(kRegOk, key.SetStringValue("ProductVer", "9.9"));
+        },
+        info));
 
     EXPECT_EQ("C:\\Scratch\\", info.installDir);
     EXPECT_EQ(55, info.oem);
@@ -219,18 +238,10 @@ TEST(RegistryWinOverrideTest, ProductSettingsReadThroughAnOverriddenMachineHive)
 
 TEST(RegistryWinOverrideTest, InstallDirOfTheWrongTypeIsNotInstalled)
 {
-    CHiveOverride hive(HKEY_LOCAL_MACHINE, "Software\\LvbhoScratchHklm");
-    ASSERT_TRUE(hive.Ok());
-    CRegistryWin registry;
-    {
-        CRegKey key(registry);
-        ASSERT_EQ(kRegOk, key.Create(kHkeyLocalMachine, "Software\\Kavrin\\Lumivar"));
-        ASSERT_EQ(kRegOk, key.SetDWORDValue("InstallDir", 1));
-    }
-    CProductSettings settings(registry);
     ProductInfo info;
 
-    EXPECT_FALSE(settings.Load(info));
+    EXPECT_FALSE(
+        LoadProductWrittenBy([](CRegKey& key) { ASSERT_EQ(kRegOk, key.SetDWORDValue("InstallDir", 1)); }, info));
 }
 
 TEST_F(RegistryWinTest, TheValueCountCountsEveryValue)
