@@ -19,7 +19,6 @@ bool CMessagingPlatformWin::InitSharedMemory()
 
 ICommandHandler* CMessagingPlatformWin::StartUiThread(IJsonMessage& request, CResponseWriter& writer)
 {
-    m_started = true;
     if (!m_uiThread.Start(request, writer))
     {
         StopUiThread();
@@ -30,8 +29,6 @@ ICommandHandler* CMessagingPlatformWin::StartUiThread(IJsonMessage& request, CRe
 
 void CMessagingPlatformWin::StopUiThread()
 {
-    if (!m_started)
-        return;
-    m_started = false;
+    // A thread never started, or already ended, makes this return at once.
     m_uiThread.Stop();
 }

@@ -28,5 +28,4 @@ private:
     CCoreObjectsWin& m_objects;
     CCoreLink& m_link;
     CBHOThread& m_uiThread;
-    bool m_started = false;
 };
