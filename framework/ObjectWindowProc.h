@@ -7,16 +7,19 @@
 //   void AttachWindow(HWND)    at WM_NCCREATE, before the object sees any message
 //   bool OnMessage(UINT, WPARAM, LPARAM, LRESULT&)    true when handled and the result set
 //   void DetachWindow(HWND)    after WM_NCDESTROY, the window's last message
+// `Wide` is true for a window of a Unicode class (RegisterClassW): the messages it does not handle then go to
+// DefWindowProcW, so that its texts stay UTF-16.
 
 #include <windows.h>
 
-template <typename Owner>
+template <typename Owner, bool Wide = false>
 struct ObjectWindowProc
 {
     static LRESULT CALLBACK Proc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam) noexcept
     {
         if (message == WM_NCCREATE)
         {
+            // lpCreateParams sits at the same place in CREATESTRUCTA and CREATESTRUCTW.
             auto* self = static_cast<Owner*>(reinterpret_cast<CREATESTRUCTA*>(lParam)->lpCreateParams);
             if (self)
             {
@@ -40,7 +43,8 @@ struct ObjectWindowProc
             }
         }
         if (!handled)
-            result = ::DefWindowProcA(hwnd, message, wParam, lParam);
+            result = Wide ? ::DefWindowProcW(hwnd, message, wParam, lParam)
+                          : ::DefWindowProcA(hwnd, message, wParam, lParam);
         if (message == WM_NCDESTROY && self)
         {
             ::SetWindowLongPtrA(hwnd, GWLP_USERDATA, 0);

@@ -2,33 +2,92 @@
 
 #include "Theme.h"
 
-#include <cstring>
+#include <cwchar>
 
 namespace lvui
 {
 namespace
 {
-// Tahoma is in every Windows and in Wine; the font mapper falls back to the dialog font if it is missing.
-HFONT MakeFont(int pixels, bool bold, long zoom)
+// Windows' UI fonts for each script, best first: Segoe UI has Latin, Greek, Cyrillic, Arabic and Hebrew; the East
+// Asian languages have UI fonts of their own. Tahoma and the older East Asian fonts are there on older systems.
+const wchar_t* const kDefaultFaces[] = {L"Segoe UI", L"Tahoma", nullptr};
+const wchar_t* const kJapaneseFaces[] = {L"Yu Gothic UI", L"Meiryo UI", L"MS UI Gothic", nullptr};
+const wchar_t* const kKoreanFaces[] = {L"Malgun Gothic", L"Gulim", nullptr};
+const wchar_t* const kSimplifiedFaces[] = {L"Microsoft YaHei UI", L"Microsoft YaHei", L"SimSun", nullptr};
+const wchar_t* const kTraditionalFaces[] = {L"Microsoft JhengHei UI", L"Microsoft JhengHei", L"PMingLiU", nullptr};
+
+const wchar_t* const* FacesFor(Script script)
 {
-    LOGFONTA font{};
+    switch (script)
+    {
+    case Script::Japanese:
+        return kJapaneseFaces;
+    case Script::Korean:
+        return kKoreanFaces;
+    case Script::SimplifiedChinese:
+        return kSimplifiedFaces;
+    case Script::TraditionalChinese:
+        return kTraditionalFaces;
+    case Script::Default:
+        break;
+    }
+    return kDefaultFaces;
+}
+
+int CALLBACK NoteFound(const LOGFONTW*, const TEXTMETRICW*, DWORD, LPARAM found)
+{
+    *reinterpret_cast<bool*>(found) = true;
+    return 0;
+}
+
+bool IsInstalled(const wchar_t* face)
+{
+    LOGFONTW font{};
+    font.lfCharSet = DEFAULT_CHARSET;
+    std::wcsncpy(font.lfFaceName, face, LF_FACESIZE - 1);
+    bool found = false;
+    CWindowDc screen(nullptr);
+    ::EnumFontFamiliesExW(screen.Get(), &font, &NoteFound, reinterpret_cast<LPARAM>(&found), 0);
+    return found;
+}
+
+// The first of the script's faces that is installed; the first of all when none is (the font mapper then picks).
+const wchar_t* FaceFor(Script script)
+{
+    const wchar_t* const* faces = FacesFor(script);
+    for (const wchar_t* const* face = faces; *face; ++face)
+    {
+        if (IsInstalled(*face))
+            return *face;
+    }
+    return faces[0];
+}
+
+HFONT MakeFont(const wchar_t* face, int pixels, bool bold, long zoom)
+{
+    LOGFONTW font{};
     font.lfHeight = -Scale(pixels, zoom);
     font.lfWeight = bold ? FW_BOLD : FW_NORMAL;
     font.lfCharSet = DEFAULT_CHARSET;
     font.lfOutPrecision = OUT_TT_PRECIS;
     font.lfQuality = CLEARTYPE_QUALITY;
     font.lfPitchAndFamily = VARIABLE_PITCH | FF_SWISS;
-    std::strcpy(font.lfFaceName, "Tahoma");
-    return ::CreateFontIndirectA(&font);
+    std::wcsncpy(font.lfFaceName, face, LF_FACESIZE - 1);
+    return ::CreateFontIndirectW(&font);
 }
 } // namespace
 
-CDialogFonts::CDialogFonts(long zoom)
-    : m_zoom(zoom), m_wordmark(MakeFont(metric::kWordmarkFont, true, zoom)),
-      m_title(MakeFont(metric::kTitleFont, true, zoom)), m_domain(MakeFont(metric::kDomainFont, true, zoom)),
-      m_body(MakeFont(metric::kBodyFont, false, zoom)), m_bodyBold(MakeFont(metric::kBodyFont, true, zoom)),
-      m_note(MakeFont(metric::kNoteFont, false, zoom)), m_button(MakeFont(metric::kButtonFont, true, zoom)),
-      m_field(MakeFont(metric::kFieldFont, false, zoom))
+// The wordmark is the product's name in Latin letters, in every language.
+CDialogFonts::CDialogFonts(long zoom, Script script)
+    : m_zoom(zoom), m_script(script), m_face(FaceFor(script)),
+      m_wordmark(MakeFont(FaceFor(Script::Default), metric::kWordmarkFont, true, zoom)),
+      m_title(MakeFont(m_face, metric::kTitleFont, true, zoom)),
+      m_domain(MakeFont(m_face, metric::kDomainFont, true, zoom)),
+      m_body(MakeFont(m_face, metric::kBodyFont, false, zoom)),
+      m_bodyBold(MakeFont(m_face, metric::kBodyFont, true, zoom)),
+      m_note(MakeFont(m_face, metric::kNoteFont, false, zoom)),
+      m_button(MakeFont(m_face, metric::kButtonFont, true, zoom)),
+      m_field(MakeFont(m_face, metric::kFieldFont, false, zoom))
 {
 }
 } // namespace lvui

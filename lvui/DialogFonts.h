@@ -1,7 +1,8 @@
 #pragma once
-// The fonts of one dialog at one zoom. Controls that were given one of them must be gone (or given another) before
-// the object is destroyed.
+// The fonts of one dialog at one zoom, in the UI font that has the language's glyphs. Controls that were given one of
+// them must be gone (or given another) before the object is destroyed.
 
+#include "Catalogue.h"
 #include "GdiObjects.h"
 
 namespace lvui
@@ -9,9 +10,10 @@ namespace lvui
 class CDialogFonts
 {
 public:
-    explicit CDialogFonts(long zoom);
+    CDialogFonts(long zoom, Script script);
 
     long Zoom() const noexcept { return m_zoom; }
+    Script ForScript() const noexcept { return m_script; }
     HFONT Wordmark() const noexcept { return m_wordmark.Get(); }
     HFONT Title() const noexcept { return m_title.Get(); }
     HFONT Domain() const noexcept { return m_domain.Get(); }
@@ -23,6 +25,8 @@ public:
 
 private:
     long m_zoom;
+    Script m_script;
+    const wchar_t* m_face; // static storage: one of the script's face names
     CFont m_wordmark;
     CFont m_title;
     CFont m_domain;

@@ -81,35 +81,46 @@ void PaintLock(HDC dc, const RECT& box, COLORREF colour, COLORREF hole)
 }
 } // namespace
 
-void PaintCard(HDC dc, const RECT& client, const CDialogFonts& fonts)
+void PaintCard(HDC dc, const RECT& client, const CDialogFonts& fonts, const Palette& palette, bool rightToLeft)
 {
     const long zoom = fonts.Zoom();
-    FillSolid(dc, client, colour::kCard);
+    FillSolid(dc, client, palette.card);
 
     RECT band = client;
     band.bottom = client.top + Scale(metric::kBandHeight, zoom);
-    FillSolid(dc, band, colour::kBand);
+    FillSolid(dc, band, palette.band);
     RECT accent = band;
     accent.top = band.bottom;
     accent.bottom = accent.top + Scale(metric::kBandAccent, zoom);
-    FillSolid(dc, accent, colour::kBandAccent);
+    FillSolid(dc, accent, palette.bandAccent);
 
     const int margin = Scale(metric::kMargin, zoom);
     const int lockWidth = Scale(metric::kLockWidth, zoom);
     const int lockHeight = Scale(metric::kLockHeight, zoom);
     const int lockTop = band.top + (band.bottom - band.top - lockHeight) / 2;
-    const RECT lock{band.left + margin, lockTop, band.left + margin + lockWidth, lockTop + lockHeight};
-    PaintLock(dc, lock, colour::kBandText, colour::kBand);
+    // Right to left, the lock and the name start at the right edge; the name itself reads left to right.
+    const int lockLeft = rightToLeft ? band.right - margin - lockWidth : band.left + margin;
+    const RECT lock{lockLeft, lockTop, lockLeft + lockWidth, lockTop + lockHeight};
+    PaintLock(dc, lock, palette.bandText, palette.band);
 
     RECT wordmark = band;
-    wordmark.left = lock.right + Scale(10, zoom);
-    wordmark.right -= margin;
+    if (rightToLeft)
+    {
+        wordmark.left += margin;
+        wordmark.right = lock.left - Scale(10, zoom);
+    }
+    else
+    {
+        wordmark.left = lock.right + Scale(10, zoom);
+        wordmark.right -= margin;
+    }
     CSelectObject selectFont(dc, fonts.Wordmark());
     ::SetBkMode(dc, TRANSPARENT);
-    ::SetTextColor(dc, colour::kBandText);
-    ::DrawTextA(dc, "Lumivar", -1, &wordmark, DT_LEFT | DT_VCENTER | DT_SINGLELINE | DT_NOPREFIX);
+    ::SetTextColor(dc, palette.bandText);
+    ::DrawTextW(dc, L"Lumivar", -1, &wordmark,
+                (rightToLeft ? DT_RIGHT : DT_LEFT) | DT_VCENTER | DT_SINGLELINE | DT_NOPREFIX);
 
-    CBrush border(::CreateSolidBrush(colour::kCardBorder));
+    CBrush border(::CreateSolidBrush(palette.cardBorder));
     ::FrameRect(dc, &client, border.Get());
 }
 
@@ -118,32 +129,32 @@ void PaintBox(HDC dc, const RECT& box, COLORREF fill, COLORREF border, long zoom
     PaintRounded(dc, box, Scale(metric::kRadius, zoom), fill, border, 1);
 }
 
-void PaintField(HDC dc, const RECT& box, BoxState state, long zoom)
+void PaintField(HDC dc, const RECT& box, BoxState state, const Palette& palette, long zoom)
 {
     const int radius = Scale(metric::kRadius, zoom);
     if (state == BoxState::Normal)
     {
-        PaintRounded(dc, box, radius, colour::kCard, colour::kFieldBorder, 1);
+        PaintRounded(dc, box, radius, palette.card, palette.fieldBorder, 1);
         return;
     }
-    const COLORREF border = state == BoxState::Error ? colour::kError : colour::kBrand;
-    PaintRounded(dc, box, radius, colour::kCard, border, std::max(2, Scale(2, zoom)));
+    const COLORREF border = state == BoxState::Error ? palette.error : palette.brand;
+    PaintRounded(dc, box, radius, palette.card, border, std::max(2, Scale(2, zoom)));
 }
 
-void PaintErrorSign(HDC dc, const RECT& box)
+void PaintErrorSign(HDC dc, const RECT& box, const Palette& palette)
 {
     const int size = box.right - box.left;
-    PaintEllipse(dc, box.left, box.top, box.right, box.bottom, colour::kError);
+    PaintEllipse(dc, box.left, box.top, box.right, box.bottom, palette.error);
     const int stroke = std::max(2, size / 7);
     const int centreX = box.left + size / 2;
     const RECT bar{centreX - stroke / 2, box.top + size * 2 / 9, centreX - stroke / 2 + stroke,
                    box.top + size * 11 / 18};
-    FillSolid(dc, bar, colour::kCard);
+    FillSolid(dc, bar, palette.errorMark);
     const RECT dot{bar.left, box.top + size * 13 / 18, bar.right, box.top + size * 13 / 18 + stroke};
-    FillSolid(dc, dot, colour::kCard);
+    FillSolid(dc, dot, palette.errorMark);
 }
 
-void PaintSpinner(HDC dc, const RECT& box, int phase)
+void PaintSpinner(HDC dc, const RECT& box, int phase, const Palette& palette)
 {
     constexpr int kDots = 8;
     const int size = std::min(box.right - box.left, box.bottom - box.top);
@@ -155,7 +166,7 @@ void PaintSpinner(HDC dc, const RECT& box, int phase)
     {
         // Dot `phase` is the head; the ones behind it fade into the track colour.
         const int behind = ((phase - i) % kDots + kDots) % kDots;
-        const COLORREF colour = Blend(colour::kBrand, colour::kSpinnerTrack, std::min(behind, 5), 5);
+        const COLORREF colour = Blend(palette.brand, palette.spinnerTrack, std::min(behind, 5), 5);
         const double angle = -3.14159265358979 / 2 + i * 2 * 3.14159265358979 / kDots;
         const int x = static_cast<int>(std::lround(centreX + radius * std::cos(angle) - dot / 2.0));
         const int y = static_cast<int>(std::lround(centreY + radius * std::sin(angle) - dot / 2.0));
@@ -163,7 +174,8 @@ void PaintSpinner(HDC dc, const RECT& box, int phase)
     }
 }
 
-void PaintButton(const DRAWITEMSTRUCT& item, ButtonRole role, HFONT font, long zoom)
+void PaintButton(const DRAWITEMSTRUCT& item, ButtonRole role, HFONT font, long zoom, const Palette& palette,
+                 bool rightToLeft)
 {
     HDC dc = item.hDC;
     const RECT& rect = item.rcItem;
@@ -173,45 +185,61 @@ void PaintButton(const DRAWITEMSTRUCT& item, ButtonRole role, HFONT font, long z
     const int radius = Scale(metric::kRadius, zoom);
     const int ring = std::max(2, Scale(2, zoom));
 
-    FillSolid(dc, rect, colour::kCard);
-    COLORREF text = colour::kInk;
+    FillSolid(dc, rect, palette.card);
+    COLORREF text = palette.ink;
     switch (role)
     {
     case ButtonRole::Primary: {
-        const COLORREF fill = disabled ? colour::kDisabled : (pressed ? colour::kBrandPressed : colour::kBrand);
+        const COLORREF fill = disabled ? palette.disabled : (pressed ? palette.brandPressed : palette.brand);
         PaintRounded(dc, rect, radius, fill, fill, 1);
-        text = colour::kCard;
+        text = palette.brandText;
         if (focused)
         {
-            // A white ring inside the fill: the blue itself already marks the button.
+            // A ring in the text's colour inside the fill: the fill itself already marks the button.
             RECT inner = rect;
             ::InflateRect(&inner, -ring, -ring);
-            PaintOutline(dc, inner, std::max(2, radius - ring), colour::kCard, std::max(1, ring / 2));
+            PaintOutline(dc, inner, std::max(2, radius - ring), palette.brandText, std::max(1, ring / 2));
         }
         break;
     }
     case ButtonRole::Secondary:
-        PaintRounded(dc, rect, radius, pressed ? colour::kButtonPressed : colour::kCard,
-                     focused ? colour::kBrand : colour::kButtonBorder, focused ? ring : 1);
-        text = disabled ? colour::kDisabled : colour::kInk;
+        PaintRounded(dc, rect, radius, pressed ? palette.buttonPressed : palette.buttonFace,
+                     focused ? palette.brand : palette.buttonBorder, focused ? ring : 1);
+        text = disabled ? palette.disabled : palette.buttonText;
         break;
     case ButtonRole::Quiet:
         if (pressed || focused)
-            PaintRounded(dc, rect, radius, pressed ? colour::kQuietPressed : colour::kCard,
-                         focused ? colour::kBrand : colour::kQuietPressed, focused ? ring : 1);
-        text = disabled ? colour::kDisabled : colour::kBrand;
+            PaintRounded(dc, rect, radius, pressed ? palette.quietPressed : palette.card,
+                         focused ? palette.brand : palette.quietPressed, focused ? ring : 1);
+        text = disabled ? palette.disabled : palette.quietText;
         break;
     }
 
-    char label[128] = {};
-    ::GetWindowTextA(item.hwndItem, label, sizeof(label));
+    const std::wstring label = WindowText(item.hwndItem);
     RECT textRect = rect;
-    ::InflateRect(&textRect, -Scale(6, zoom), 0);
+    ::InflateRect(&textRect, -Scale(metric::kButtonTextInset, zoom), 0);
+    CSelectObject selectFont(dc, font);
+    // A label too long for one line wraps (the layout made the button tall enough); centred either way.
+    const UINT format = DT_CENTER | DT_WORDBREAK | DT_NOPREFIX | (rightToLeft ? DT_RTLREADING : 0);
+    RECT measured = textRect;
+    ::DrawTextW(dc, label.c_str(), -1, &measured, format | DT_CALCRECT);
+    const int textHeight = measured.bottom - measured.top;
+    textRect.top += std::max(0L, (textRect.bottom - textRect.top - textHeight) / 2);
     if (pressed)
         ::OffsetRect(&textRect, 0, 1);
-    CSelectObject selectFont(dc, font);
     ::SetBkMode(dc, TRANSPARENT);
     ::SetTextColor(dc, text);
-    ::DrawTextA(dc, label, -1, &textRect, DT_CENTER | DT_VCENTER | DT_SINGLELINE | DT_NOPREFIX | DT_END_ELLIPSIS);
+    ::DrawTextW(dc, label.c_str(), -1, &textRect, format);
+}
+
+std::wstring WindowText(HWND window)
+{
+    const int length = ::GetWindowTextLengthW(window);
+    if (length <= 0)
+        return std::wstring();
+    std::wstring text(static_cast<size_t>(length) + 1, L'\0');
+    const int copied = ::GetWindowTextW(window, &text[0], length + 1);
+    text.resize(static_cast<size_t>(std::max(0, copied)));
+    return text;
 }
 } // namespace lvui

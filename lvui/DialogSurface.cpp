@@ -2,7 +2,7 @@
 
 #include "DialogPainter.h"
 #include "DialogRegistry.h"
-#include "Theme.h"
+#include "lang/StringIds.h"
 
 #include <algorithm>
 #include <cstring>
@@ -14,7 +14,7 @@ namespace lvui
 {
 namespace
 {
-constexpr const char* kWindowClass = "LvUiDialogWindow";
+constexpr const wchar_t* kWindowClass = L"LvUiDialogWindow";
 constexpr UINT_PTR kSpinnerTimer = 1;
 constexpr UINT kSpinnerIntervalMs = 110;
 constexpr int kFieldLimit = 256;
@@ -28,6 +28,7 @@ enum ControlId : int
     kNoteId,
     kProgressId,
     kCodeId,
+    kFieldLabelId, // made just before the field: a screen reader names the field after it
     kFieldId,
     kStatusId,
     kButtonBase = 200, // plus the action, for buttons that are neither the default nor the cancel one
@@ -58,72 +59,73 @@ void Wipe(std::string& text)
     text.clear();
 }
 
-int TextHeight(HFONT font, const char* text, int width)
+UINT TextFormat(bool rightToLeft)
+{
+    return DT_WORDBREAK | DT_EXPANDTABS | DT_NOPREFIX | (rightToLeft ? DT_RTLREADING : 0);
+}
+
+// The height `text` takes in `font` when wrapped to `width`, as a static control draws it.
+int TextHeight(HFONT font, const std::wstring& text, int width, bool rightToLeft)
 {
     CWindowDc screen(nullptr);
     CSelectObject selectFont(screen.Get(), font);
     RECT rect{0, 0, std::max(1, width), 0};
-    ::DrawTextA(screen.Get(), (text && *text) ? text : " ", -1, &rect,
-                DT_CALCRECT | DT_WORDBREAK | DT_EXPANDTABS | DT_NOPREFIX);
+    ::DrawTextW(screen.Get(), text.empty() ? L" " : text.c_str(), -1, &rect, DT_CALCRECT | TextFormat(rightToLeft));
     return rect.bottom - rect.top;
+}
+
+int TextWidth(HFONT font, const std::wstring& text)
+{
+    CWindowDc screen(nullptr);
+    CSelectObject selectFont(screen.Get(), font);
+    SIZE size{};
+    ::GetTextExtentPoint32W(screen.Get(), text.c_str(), static_cast<int>(text.size()), &size);
+    return size.cx;
 }
 
 int LineHeight(HFONT font)
 {
     CWindowDc screen(nullptr);
     CSelectObject selectFont(screen.Get(), font);
-    TEXTMETRICA metrics{};
-    ::GetTextMetricsA(screen.Get(), &metrics);
+    TEXTMETRICW metrics{};
+    ::GetTextMetricsW(screen.Get(), &metrics);
     return metrics.tmHeight;
 }
 
 // `text` as it fits in `width`: a long domain loses its start, never its end, which names the site that gets the
 // login ("...example.com.attacker.test", never "accounts.example.com...").
-std::string FitKeepingTheEnd(HFONT font, const std::string& text, int width)
+std::wstring FitKeepingTheEnd(HFONT font, const std::wstring& text, int width)
 {
-    CWindowDc screen(nullptr);
-    CSelectObject selectFont(screen.Get(), font);
-    auto fits = [&](const std::string& candidate) {
-        SIZE size{};
-        ::GetTextExtentPoint32A(screen.Get(), candidate.c_str(), static_cast<int>(candidate.size()), &size);
-        return size.cx <= width;
-    };
-    if (fits(text))
+    if (TextWidth(font, text) <= width)
         return text;
     for (size_t cut = 1; cut < text.size(); ++cut)
     {
-        std::string candidate = "..." + text.substr(cut);
-        if (fits(candidate))
+        std::wstring candidate = L"..." + text.substr(cut);
+        if (TextWidth(font, candidate) <= width)
             return candidate;
     }
-    return "...";
-}
-
-void Place(HWND control, int x, int y, int width, int height)
-{
-    if (control)
-        ::MoveWindow(control, x, y, std::max(0, width), std::max(0, height), TRUE);
+    return L"...";
 }
 
 // Registered once per process, the first time a dialog makes its window.
 bool RegisterWindowClass(WNDPROC procedure)
 {
     static const bool registered = [procedure] {
-        WNDCLASSA windowClass{};
+        WNDCLASSW windowClass{};
         windowClass.lpfnWndProc = procedure;
         windowClass.hInstance = ModuleInstance();
-        windowClass.hCursor = ::LoadCursorA(nullptr, reinterpret_cast<LPCSTR>(IDC_ARROW));
+        windowClass.hCursor = ::LoadCursorW(nullptr, reinterpret_cast<LPCWSTR>(IDC_ARROW));
         windowClass.lpszClassName = kWindowClass;
-        return ::RegisterClassA(&windowClass) != 0 || ::GetLastError() == ERROR_CLASS_ALREADY_EXISTS;
+        return ::RegisterClassW(&windowClass) != 0 || ::GetLastError() == ERROR_CLASS_ALREADY_EXISTS;
     }();
     return registered;
 }
 } // namespace
 
 CDialogSurface::CDialogSurface(CLVUIDhtmlDlg& dialog, HWND& handle, LvUiDialogKind kind)
-    : m_dialog(dialog), m_handle(handle), m_kind(kind), m_cardBrush(::CreateSolidBrush(colour::kCard)),
-      m_chipBrush(::CreateSolidBrush(colour::kChip)), m_errorBrush(::CreateSolidBrush(colour::kErrorBack))
+    : m_dialog(dialog), m_handle(handle), m_kind(kind)
 {
+    UsePalette();
     CDialogRegistry::AddDialog(&m_dialog, this);
 }
 
@@ -176,11 +178,19 @@ int CDialogSurface::Show(HWND parent, HWND owner, DWORD style, const char* page,
     m_reported = false; // a new showing takes one answer
     m_page = page;
     m_text = text ? text : "";
-    if (rebuild || content != m_content || !m_fonts || m_fonts->Zoom() != zoom)
+    m_shown = Widen(m_text.c_str());
+    // The language and the high-contrast setting are looked at each time the dialog is shown: a child window
+    // hears of neither changing.
+    const CatalogueLanguage& language = ActiveLanguage();
+    const bool highContrast = IsHighContrast();
+    if (rebuild || content != m_content || !m_fonts || m_fonts->Zoom() != zoom || &language != m_language ||
+        highContrast != m_highContrast)
     {
         DestroyControls();
         m_content = content;
-        m_fonts = std::make_unique<CDialogFonts>(zoom);
+        m_language = &language;
+        UsePalette();
+        m_fonts = std::make_unique<CDialogFonts>(zoom, language.script);
         BuildControls();
     }
 
@@ -215,7 +225,7 @@ int CDialogSurface::TakeFieldText(char* buffer, int size)
     HWND field = Control(kFieldId);
     std::string text = field ? ReadField() : m_fieldText;
     if (field)
-        ::SetWindowTextA(field, "");
+        ::SetWindowTextW(field, L"");
     Wipe(m_fieldText);
 
     const int length = std::min(static_cast<int>(text.size()), size - 1);
@@ -233,7 +243,7 @@ void CDialogSurface::SetBadPin()
     HWND field = Control(kFieldId);
     if (!field)
         return;
-    ::SetWindowTextA(field, "");
+    ::SetWindowTextW(field, L"");
     Relayout();
     if (::IsWindowVisible(m_handle))
         ::SetFocus(field);
@@ -241,22 +251,32 @@ void CDialogSurface::SetBadPin()
 
 bool CDialogSurface::CreateSurfaceWindow(HWND parent, DWORD style, int x, int y)
 {
-    if (!RegisterWindowClass(&ObjectWindowProc<CDialogSurface>::Proc))
+    if (!RegisterWindowClass(&ObjectWindowProc<CDialogSurface, true>::Proc))
         return false;
     // The size comes with the first layout; the window stays hidden until then.
-    HWND hwnd = ::CreateWindowExA(WS_EX_CONTROLPARENT | WS_EX_NOPARENTNOTIFY, kWindowClass, "Lumivar", style, x, y, 1,
+    HWND hwnd = ::CreateWindowExW(WS_EX_CONTROLPARENT | WS_EX_NOPARENTNOTIFY, kWindowClass, L"Lumivar", style, x, y, 1,
                                   1, parent, nullptr, ModuleInstance(), this);
     return hwnd != nullptr;
 }
 
-HWND CDialogSurface::AddStatic(int id, const char* text, DWORD style, HFONT font)
+// A text, aligned and read the language's way; `leftToRight` (the domain) reads left to right in every language but
+// still sits on the reading side.
+HWND CDialogSurface::AddStatic(int id, const std::wstring& text, HFONT font, bool leftToRight)
 {
+    const bool rightToLeft = m_language && m_language->rightToLeft;
+    const DWORD exStyle = rightToLeft && !leftToRight ? WS_EX_RTLREADING : 0;
+    const DWORD align = rightToLeft ? SS_RIGHT : SS_LEFT;
     HWND control =
-        ::CreateWindowExA(0, "STATIC", text, WS_CHILD | WS_VISIBLE | SS_NOPREFIX | style, 0, 0, 0, 0, m_handle,
-                          reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), ModuleInstance(), nullptr);
+        ::CreateWindowExW(exStyle, L"STATIC", text.c_str(), WS_CHILD | WS_VISIBLE | SS_NOPREFIX | align, 0, 0, 0, 0,
+                          m_handle, reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), ModuleInstance(), nullptr);
     if (control)
-        ::SendMessageA(control, WM_SETFONT, reinterpret_cast<WPARAM>(font), FALSE);
+        ::SendMessageW(control, WM_SETFONT, reinterpret_cast<WPARAM>(font), FALSE);
     return control;
+}
+
+std::wstring CDialogSurface::Text(UINT id) const
+{
+    return id != 0 && m_language ? LoadText(*m_language, id) : std::wstring();
 }
 
 HWND CDialogSurface::AddField()
@@ -264,14 +284,13 @@ HWND CDialogSurface::AddField()
     const bool pin = m_content->field == FieldKind::Pin;
     const DWORD style = WS_CHILD | WS_VISIBLE | WS_TABSTOP | WS_GROUP | ES_AUTOHSCROLL | (pin ? ES_PASSWORD : 0);
     const HMENU id = reinterpret_cast<HMENU>(static_cast<INT_PTR>(kFieldId));
-    // The PIN field is a Unicode window so that its mask can be a bullet whatever the ANSI code page is.
-    HWND field = pin ? ::CreateWindowExW(0, L"EDIT", L"", style, 0, 0, 0, 0, m_handle, id, ModuleInstance(), nullptr)
-                     : ::CreateWindowExA(0, "EDIT", "", style, 0, 0, 0, 0, m_handle, id, ModuleInstance(), nullptr);
+    // Codes and PINs read left to right in every language. The PIN's mask is a bullet whatever the code page is.
+    HWND field = ::CreateWindowExW(0, L"EDIT", L"", style, 0, 0, 0, 0, m_handle, id, ModuleInstance(), nullptr);
     if (!field)
         return nullptr;
-    ::SendMessageA(field, WM_SETFONT, reinterpret_cast<WPARAM>(m_fonts->Field()), FALSE);
-    ::SendMessageA(field, EM_SETMARGINS, EC_LEFTMARGIN | EC_RIGHTMARGIN, 0);
-    ::SendMessageA(field, EM_LIMITTEXT, pin ? kPinLimit : kFieldLimit, 0);
+    ::SendMessageW(field, WM_SETFONT, reinterpret_cast<WPARAM>(m_fonts->Field()), FALSE);
+    ::SendMessageW(field, EM_SETMARGINS, EC_LEFTMARGIN | EC_RIGHTMARGIN, 0);
+    ::SendMessageW(field, EM_LIMITTEXT, pin ? kPinLimit : kFieldLimit, 0);
     if (pin)
         ::SendMessageW(field, EM_SETPASSWORDCHAR, 0x2022, 0);
     ::SetWindowTextA(field, m_fieldText.c_str());
@@ -283,35 +302,40 @@ void CDialogSurface::BuildControls()
 {
     const PageContent& content = *m_content;
     const CDialogFonts& fonts = *m_fonts;
-    AddStatic(kTitleId, content.title, SS_LEFT, fonts.Title());
+    // Made in reading order, which is also the order a screen reader and the Tab key go through them.
+    AddStatic(kTitleId, Text(content.title), fonts.Title());
     if (content.showsDomain)
-        AddStatic(kDomainId, m_text.c_str(), SS_LEFT | SS_CENTERIMAGE, fonts.Domain());
-    if (*content.body)
-        AddStatic(kBodyId, content.body, SS_LEFT, fonts.Body());
-    if (*content.note)
-        AddStatic(kNoteId, content.note, SS_LEFT, fonts.Note());
+        AddStatic(kDomainId, m_shown, fonts.Domain(), true);
+    if (content.note)
+        AddStatic(kNoteId, Text(content.note), fonts.Note());
+    if (content.body)
+        AddStatic(kBodyId, Text(content.body), fonts.Body());
     if (content.progress)
     {
-        AddStatic(kProgressId, ProgressText().c_str(), SS_LEFT, fonts.BodyBold());
-        AddStatic(kCodeId, CodeText().c_str(), SS_LEFT, fonts.Note());
+        AddStatic(kProgressId, ProgressText(), fonts.BodyBold());
+        AddStatic(kCodeId, CodeText(), fonts.Note());
         m_spinnerPhase = 0;
         ::SetTimer(m_handle, kSpinnerTimer, kSpinnerIntervalMs, nullptr);
     }
     if (content.field != FieldKind::None)
+    {
+        if (content.fieldLabel)
+            AddStatic(kFieldLabelId, Text(content.fieldLabel), fonts.BodyBold());
         AddField();
+    }
     if (content.pinStatus)
-        AddStatic(kStatusId, "Wrong PIN, try again", SS_LEFT | SS_CENTERIMAGE, fonts.BodyBold());
+        AddStatic(kStatusId, Text(IDS_WRONG_PIN), fonts.BodyBold());
 
     for (int i = 0; i < content.buttonCount; ++i)
     {
         const PageButton& button = content.buttons[i];
         // The first control of the tab order opens the group, so the arrow keys stay inside the dialog.
         const DWORD group = (i == 0 && content.field == FieldKind::None) ? WS_GROUP : 0;
-        HWND control = ::CreateWindowExA(
-            0, "BUTTON", button.label, WS_CHILD | WS_VISIBLE | WS_TABSTOP | BS_OWNERDRAW | group, 0, 0, 0, 0, m_handle,
-            reinterpret_cast<HMENU>(static_cast<INT_PTR>(ButtonId(button))), ModuleInstance(), nullptr);
+        HWND control = ::CreateWindowExW(
+            0, L"BUTTON", Text(button.label).c_str(), WS_CHILD | WS_VISIBLE | WS_TABSTOP | BS_OWNERDRAW | group, 0, 0,
+            0, 0, m_handle, reinterpret_cast<HMENU>(static_cast<INT_PTR>(ButtonId(button))), ModuleInstance(), nullptr);
         if (control)
-            ::SendMessageA(control, WM_SETFONT, reinterpret_cast<WPARAM>(fonts.Button()), FALSE);
+            ::SendMessageW(control, WM_SETFONT, reinterpret_cast<WPARAM>(fonts.Button()), FALSE);
     }
 }
 
@@ -335,14 +359,19 @@ int CDialogSurface::Layout()
     const PageContent& content = *m_content;
     const CDialogFonts& fonts = *m_fonts;
     const long zoom = fonts.Zoom();
+    const bool rightToLeft = m_language && m_language->rightToLeft;
     auto scale = [zoom](int base) { return Scale(base, zoom); };
+    auto height = [rightToLeft](HFONT font, const std::wstring& text, int width) {
+        return TextHeight(font, text, width, rightToLeft);
+    };
 
+    // Laid out left to right; Place and Mirrored turn it round for a right-to-left language.
     const int left = scale(metric::kMargin);
     const int width = std::max(1, m_width - 2 * left);
     const int right = left + width;
     int y = scale(metric::kBandHeight) + scale(metric::kBandAccent) + scale(metric::kTopGap);
 
-    const int titleHeight = TextHeight(fonts.Title(), content.title, width);
+    const int titleHeight = height(fonts.Title(), Text(content.title), width);
     Place(Control(kTitleId), left, y, width, titleHeight);
     y += titleHeight;
 
@@ -350,27 +379,29 @@ int CDialogSurface::Layout()
     if (content.showsDomain)
     {
         y += scale(metric::kGap) - scale(metric::kGapSmall);
-        m_chipBox = RECT{left, y, right, y + scale(metric::kChipHeight)};
         const int pad = scale(metric::kChipPad);
+        const int lineHeight = LineHeight(fonts.Domain());
+        const int chipHeight = std::max(scale(metric::kChipHeight), lineHeight + 2 * scale(2));
+        m_chipBox = RECT{left, y, right, y + chipHeight};
         HWND domain = Control(kDomainId);
-        Place(domain, left + pad, y + 1, width - 2 * pad, m_chipBox.bottom - y - 2);
+        Place(domain, left + pad, y + (chipHeight - lineHeight) / 2, width - 2 * pad, lineHeight);
         if (domain)
-            ::SetWindowTextA(domain, FitKeepingTheEnd(fonts.Domain(), m_text, width - 2 * pad).c_str());
+            ::SetWindowTextW(domain, FitKeepingTheEnd(fonts.Domain(), m_shown, width - 2 * pad).c_str());
         y = m_chipBox.bottom;
     }
-    if (*content.note)
+    if (content.note)
     {
         y += scale(metric::kGapSmall) + scale(2);
-        const int height = TextHeight(fonts.Note(), content.note, width);
-        Place(Control(kNoteId), left, y, width, height);
-        y += height;
+        const int noteHeight = height(fonts.Note(), Text(content.note), width);
+        Place(Control(kNoteId), left, y, width, noteHeight);
+        y += noteHeight;
     }
-    if (*content.body)
+    if (content.body)
     {
         y += scale(metric::kGapSmall) + scale(2);
-        const int height = TextHeight(fonts.Body(), content.body, width);
-        Place(Control(kBodyId), left, y, width, height);
-        y += height;
+        const int bodyHeight = height(fonts.Body(), Text(content.body), width);
+        Place(Control(kBodyId), left, y, width, bodyHeight);
+        y += bodyHeight;
     }
 
     m_spinnerBox = RECT{};
@@ -381,16 +412,15 @@ int CDialogSurface::Layout()
         m_spinnerBox = RECT{left, y, left + spinner, y + spinner};
         const int textLeft = m_spinnerBox.right + scale(metric::kGap);
         const int textWidth = right - textLeft;
-        const std::string progress = ProgressText();
-        const std::string code = CodeText();
-        const int textHeight = TextHeight(fonts.BodyBold(), progress.c_str(), textWidth);
-        const int codeHeight = code.empty() ? 0 : scale(metric::kGapSmall) / 2 + LineHeight(fonts.Note());
-        const int blockHeight = textHeight + codeHeight;
+        const std::wstring code = CodeText();
+        const int textHeight = height(fonts.BodyBold(), ProgressText(), textWidth);
+        const int codeHeight = code.empty() ? 0 : height(fonts.Note(), code, textWidth);
+        const int codeGap = code.empty() ? 0 : scale(metric::kGapSmall) / 2;
+        const int blockHeight = textHeight + codeGap + codeHeight;
         const int blockTop = y + std::max(0, (spinner - blockHeight) / 2);
         Place(Control(kProgressId), textLeft, blockTop, textWidth, textHeight);
         HWND codeControl = Control(kCodeId);
-        Place(codeControl, textLeft, blockTop + blockHeight - LineHeight(fonts.Note()), textWidth,
-              LineHeight(fonts.Note()));
+        Place(codeControl, textLeft, blockTop + textHeight + codeGap, textWidth, codeHeight);
         if (codeControl)
             ::ShowWindow(codeControl, code.empty() ? SW_HIDE : SW_SHOWNA);
         y += std::max(spinner, blockHeight);
@@ -400,12 +430,17 @@ int CDialogSurface::Layout()
     if (content.field != FieldKind::None)
     {
         y += scale(metric::kGap);
-        const int boxHeight = scale(metric::kFieldHeight);
-        m_fieldBox = RECT{left, y, right, y + boxHeight};
+        if (content.fieldLabel)
+        {
+            const int labelHeight = height(fonts.BodyBold(), Text(content.fieldLabel), width);
+            Place(Control(kFieldLabelId), left, y, width, labelHeight);
+            y += labelHeight + scale(metric::kLabelGap);
+        }
         const int pad = scale(metric::kChipPad);
         const int lineHeight = LineHeight(fonts.Field());
-        const int fieldTop = y + std::max(0, (boxHeight - lineHeight) / 2);
-        Place(Control(kFieldId), left + pad, fieldTop, width - 2 * pad, lineHeight);
+        const int boxHeight = std::max(scale(metric::kFieldHeight), lineHeight + 2 * scale(4));
+        m_fieldBox = RECT{left, y, right, y + boxHeight};
+        Place(Control(kFieldId), left + pad, y + (boxHeight - lineHeight) / 2, width - 2 * pad, lineHeight);
         y = m_fieldBox.bottom;
     }
 
@@ -416,57 +451,116 @@ int CDialogSurface::Layout()
         if (m_badPin)
         {
             y += scale(metric::kGapSmall) + scale(2);
-            m_statusBox = RECT{left, y, right, y + scale(metric::kStatusHeight)};
             const int pad = scale(metric::kChipPad);
             const int sign = scale(16);
-            const int signTop = y + (m_statusBox.bottom - y - sign) / 2;
+            const int textLeft = left + pad + sign + scale(8);
+            const int textWidth = right - pad - textLeft;
+            const int textHeight = height(fonts.BodyBold(), Text(IDS_WRONG_PIN), textWidth);
+            const int boxHeight = std::max(scale(metric::kStatusHeight), textHeight + 2 * scale(4));
+            m_statusBox = RECT{left, y, right, y + boxHeight};
+            const int signTop = y + (boxHeight - sign) / 2;
             m_errorSign = RECT{left + pad, signTop, left + pad + sign, signTop + sign};
-            const int textLeft = m_errorSign.right + scale(8);
-            Place(status, textLeft, y + 1, right - pad - textLeft, m_statusBox.bottom - y - 2);
+            Place(status, textLeft, y + (boxHeight - textHeight) / 2, textWidth, textHeight);
             y = m_statusBox.bottom;
         }
         ::ShowWindow(status, m_badPin ? SW_SHOWNA : SW_HIDE);
     }
 
     if (content.buttonCount > 0)
+        y = LayoutButtons(y + scale(metric::kGapLarge), left, width);
+
+    m_chipBox = Mirrored(m_chipBox);
+    m_spinnerBox = Mirrored(m_spinnerBox);
+    m_fieldBox = Mirrored(m_fieldBox);
+    m_statusBox = Mirrored(m_statusBox);
+    m_errorSign = Mirrored(m_errorSign);
+    return y + scale(metric::kMargin);
+}
+
+// The buttons of a row share it side by side when every label fits on one line, the spare width going to all
+// alike. When they do not, each button of the row gets a line of its own, and a label wider than the dialog wraps
+// inside a taller button. Returns the bottom of the last row.
+int CDialogSurface::LayoutButtons(int top, int left, int width)
+{
+    const PageContent& content = *m_content;
+    const CDialogFonts& fonts = *m_fonts;
+    const long zoom = fonts.Zoom();
+    const int gap = Scale(metric::kButtonGap, zoom);
+    const int inset = Scale(metric::kButtonTextInset, zoom);
+    const bool rightToLeft = m_language && m_language->rightToLeft;
+    int y = top;
+    for (int row = 0;; ++row)
     {
-        y += scale(metric::kGapLarge);
-        const int gap = scale(metric::kButtonGap);
-        for (int row = 0;; ++row)
+        std::vector<const PageButton*> buttons;
+        std::vector<int> needed;
+        bool allQuiet = true;
+        int total = 0;
+        for (int i = 0; i < content.buttonCount; ++i)
         {
-            int count = 0;
-            bool allQuiet = true;
-            for (int i = 0; i < content.buttonCount; ++i)
-            {
-                if (content.buttons[i].row != row)
-                    continue;
-                ++count;
-                allQuiet = allQuiet && content.buttons[i].role == ButtonRole::Quiet;
-            }
-            if (count == 0)
-                break;
-            if (row > 0)
-                y += scale(metric::kRowGap);
-            const int height = scale(allQuiet ? metric::kQuietHeight : metric::kButtonHeight);
-            const int buttonWidth = (width - (count - 1) * gap) / count;
+            const PageButton& button = content.buttons[i];
+            if (button.row != row)
+                continue;
+            buttons.push_back(&button);
+            needed.push_back(TextWidth(fonts.Button(), Text(button.label)) + 2 * inset);
+            total += needed.back();
+            allQuiet = allQuiet && button.role == ButtonRole::Quiet;
+        }
+        if (buttons.empty())
+            break;
+        if (row > 0)
+            y += Scale(metric::kRowGap, zoom);
+        const int baseHeight = Scale(allQuiet ? metric::kQuietHeight : metric::kButtonHeight, zoom);
+        const size_t count = buttons.size();
+        const int spare = width - static_cast<int>(count - 1) * gap - total;
+        if (spare >= 0)
+        {
+            const int share = spare / static_cast<int>(count);
             int x = left;
-            int placed = 0;
-            for (int i = 0; i < content.buttonCount; ++i)
+            for (size_t i = 0; i < count; ++i)
             {
-                const PageButton& button = content.buttons[i];
-                if (button.row != row)
-                    continue;
-                // The last button of a row takes the pixels the division left over.
-                const int thisWidth = (++placed == count) ? right - x : buttonWidth;
-                Place(Control(ButtonId(button)), x, y, thisWidth, height);
+                // The last button takes the pixels the division left over.
+                const int thisWidth = (i + 1 == count) ? left + width - x : needed[i] + share;
+                Place(Control(ButtonId(*buttons[i])), x, y, thisWidth, baseHeight);
                 x += thisWidth + gap;
             }
-            y += height;
+            y += baseHeight;
+            continue;
+        }
+        for (size_t i = 0; i < count; ++i)
+        {
+            if (i > 0)
+                y += Scale(metric::kRowGap, zoom);
+            const int textHeight = TextHeight(fonts.Button(), Text(buttons[i]->label), width - 2 * inset, rightToLeft);
+            const int buttonHeight = std::max(baseHeight, textHeight + 2 * Scale(metric::kGapSmall, zoom));
+            Place(Control(ButtonId(*buttons[i])), left, y, width, buttonHeight);
+            y += buttonHeight;
         }
     }
-
-    y += scale(metric::kMargin);
     return y;
+}
+
+void CDialogSurface::Place(HWND control, int x, int y, int width, int height) const
+{
+    if (!control)
+        return;
+    const RECT box = Mirrored(RECT{x, y, x + std::max(0, width), y + std::max(0, height)});
+    ::MoveWindow(control, box.left, box.top, box.right - box.left, box.bottom - box.top, TRUE);
+}
+
+RECT CDialogSurface::Mirrored(const RECT& box) const
+{
+    if (!m_language || !m_language->rightToLeft || box.right <= box.left)
+        return box;
+    return RECT{m_width - box.right, box.top, m_width - box.left, box.bottom};
+}
+
+void CDialogSurface::UsePalette()
+{
+    m_highContrast = IsHighContrast();
+    m_palette = CurrentPalette();
+    m_cardBrush.Attach(::CreateSolidBrush(m_palette.card));
+    m_chipBrush.Attach(::CreateSolidBrush(m_palette.chip));
+    m_errorBrush.Attach(::CreateSolidBrush(m_palette.errorBack));
 }
 
 void CDialogSurface::Relayout()
@@ -484,28 +578,27 @@ void CDialogSurface::Paint(HDC dc)
     ::GetClientRect(m_handle, &client);
     if (!m_fonts)
     {
-        CBrush card(::CreateSolidBrush(colour::kCard));
-        ::FillRect(dc, &client, card.Get());
+        ::FillRect(dc, &client, m_cardBrush.Get());
         return;
     }
     const long zoom = m_fonts->Zoom();
-    PaintCard(dc, client, *m_fonts);
+    PaintCard(dc, client, *m_fonts, m_palette, m_language && m_language->rightToLeft);
     if (m_chipBox.right > m_chipBox.left)
-        PaintBox(dc, m_chipBox, colour::kChip, colour::kChipBorder, zoom);
+        PaintBox(dc, m_chipBox, m_palette.chip, m_palette.chipBorder, zoom);
     if (m_fieldBox.right > m_fieldBox.left)
     {
         const BoxState state = m_badPin && m_content->pinStatus ? BoxState::Error
                                : m_fieldFocused                 ? BoxState::Focused
                                                                 : BoxState::Normal;
-        PaintField(dc, m_fieldBox, state, zoom);
+        PaintField(dc, m_fieldBox, state, m_palette, zoom);
     }
     if (m_statusBox.right > m_statusBox.left)
     {
-        PaintBox(dc, m_statusBox, colour::kErrorBack, colour::kErrorBorder, zoom);
-        PaintErrorSign(dc, m_errorSign);
+        PaintBox(dc, m_statusBox, m_palette.errorBack, m_palette.errorBorder, zoom);
+        PaintErrorSign(dc, m_errorSign, m_palette);
     }
     if (m_spinnerBox.right > m_spinnerBox.left)
-        PaintSpinner(dc, m_spinnerBox, m_spinnerPhase);
+        PaintSpinner(dc, m_spinnerBox, m_spinnerPhase, m_palette);
 }
 
 void CDialogSurface::PaintWindow()
@@ -558,9 +651,9 @@ void CDialogSurface::OnHidePrompt()
     for (HWND child = ::GetWindow(m_handle, GW_CHILD); child; child = ::GetWindow(child, GW_HWNDNEXT))
     {
         // Ends a press or a selection the mouse or Space started; the buttons also drop their pushed look.
-        ::SendMessageA(child, WM_CANCELMODE, 0, 0);
+        ::SendMessageW(child, WM_CANCELMODE, 0, 0);
         if (ButtonFor(::GetDlgCtrlID(child)))
-            ::SendMessageA(child, BM_SETSTATE, FALSE, 0);
+            ::SendMessageW(child, BM_SETSTATE, FALSE, 0);
     }
     if (m_badPin)
     {
@@ -578,37 +671,38 @@ void CDialogSurface::ApplyMessage()
     m_code = m_pendingCode;
     m_message = m_pendingMessage;
     if (HWND progress = Control(kProgressId))
-        ::SetWindowTextA(progress, ProgressText().c_str());
+        ::SetWindowTextW(progress, ProgressText().c_str());
     if (HWND code = Control(kCodeId))
-        ::SetWindowTextA(code, CodeText().c_str());
+        ::SetWindowTextW(code, CodeText().c_str());
     if (m_content && m_content->progress)
         Relayout();
 }
 
 HBRUSH CDialogSurface::OnControlColour(HDC dc, HWND control)
 {
-    COLORREF text = colour::kBody;
-    COLORREF back = colour::kCard;
+    COLORREF text = m_palette.body;
+    COLORREF back = m_palette.card;
     HBRUSH brush = m_cardBrush.Get();
     switch (::GetDlgCtrlID(control))
     {
     case kTitleId:
     case kProgressId:
+    case kFieldLabelId:
     case kFieldId:
-        text = colour::kInk;
+        text = m_palette.ink;
         break;
     case kDomainId:
-        text = colour::kInk;
-        back = colour::kChip;
+        text = m_palette.ink;
+        back = m_palette.chip;
         brush = m_chipBrush.Get();
         break;
     case kNoteId:
     case kCodeId:
-        text = colour::kMuted;
+        text = m_palette.muted;
         break;
     case kStatusId:
-        text = colour::kError;
-        back = colour::kErrorBack;
+        text = m_palette.error;
+        back = m_palette.errorBack;
         brush = m_errorBrush.Get();
         break;
     default:
@@ -691,18 +785,23 @@ std::string CDialogSurface::ReadField() const
     return text;
 }
 
-std::string CDialogSurface::ProgressText() const
+// The core's own text once it gave one; it arrives as narrow text, like the domain.
+std::wstring CDialogSurface::ProgressText() const
 {
     if (!m_hasMessage || m_message.empty())
-        return "Waiting for your approval...";
-    return m_message;
+        return Text(IDS_PROGRESS_WAITING);
+    return Widen(m_message.c_str());
 }
 
-std::string CDialogSurface::CodeText() const
+std::wstring CDialogSurface::CodeText() const
 {
     if (!m_hasMessage || m_code == 0)
-        return std::string();
-    return "Status code: " + FormatStatusCode(m_code);
+        return std::wstring();
+    std::wstring text = Text(IDS_STATUS_CODE);
+    const size_t placeholder = text.find(L"%1");
+    if (placeholder != std::wstring::npos)
+        text.replace(placeholder, 2, Widen(FormatStatusCode(m_code).c_str()));
+    return text;
 }
 
 bool CDialogSurface::OnMessage(UINT message, WPARAM wParam, LPARAM lParam, LRESULT& result)
@@ -722,7 +821,8 @@ bool CDialogSurface::OnMessage(UINT message, WPARAM wParam, LPARAM lParam, LRESU
         const PageButton* button = item ? ButtonFor(static_cast<int>(item->CtlID)) : nullptr;
         if (!button || !m_fonts)
             return false;
-        PaintButton(*item, button->role, m_fonts->Button(), m_fonts->Zoom());
+        PaintButton(*item, button->role, m_fonts->Button(), m_fonts->Zoom(), m_palette,
+                    m_language && m_language->rightToLeft);
         result = TRUE;
     }
     else if (message == WM_CTLCOLORSTATIC || message == WM_CTLCOLOREDIT)

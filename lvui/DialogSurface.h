@@ -1,11 +1,15 @@
 #pragma once
-// The window behind a dialog object: it builds the controls of a page, lays them out at the dialog's zoom, paints
-// the card and reports the user's choice to the owner. Both dialog classes hold one. UI thread only: the window
-// belongs to the thread that first shows the dialog, and the destructor, which destroys it, must run there too.
+// The window behind a dialog object: it builds the controls of a page in the user's language, lays them out at the
+// dialog's zoom (mirrored for a right-to-left language), paints the card in the product's colours or the system's
+// high-contrast ones, and reports the user's choice to the owner. Its window and controls are Unicode. Both dialog
+// classes hold one. UI thread only: the window belongs to the thread that first shows the dialog, and the destructor,
+// which destroys it, must run there too.
 
+#include "Catalogue.h"
 #include "DialogFonts.h"
 #include "GdiObjects.h"
 #include "PageContent.h"
+#include "Theme.h"
 #include "framework/ObjectWindowProc.h"
 
 #include <memory>
@@ -40,7 +44,7 @@ public:
     bool IsBadPin() const noexcept { return m_badPin; }
 
 private:
-    friend struct ObjectWindowProc<CDialogSurface>;
+    friend struct ObjectWindowProc<CDialogSurface, true>;
     void AttachWindow(HWND hwnd) noexcept;
     void DetachWindow(HWND hwnd) noexcept;
     bool OnMessage(UINT message, WPARAM wParam, LPARAM lParam, LRESULT& result);
@@ -48,10 +52,16 @@ private:
     bool CreateSurfaceWindow(HWND parent, DWORD style, int x, int y);
     void BuildControls();
     void DestroyControls();
-    HWND AddStatic(int id, const char* text, DWORD style, HFONT font);
+    HWND AddStatic(int id, const std::wstring& text, HFONT font, bool leftToRight = false);
     HWND AddField();
+    std::wstring Text(UINT id) const;
     // Places every control for the current width and texts; returns the window height it needs.
     int Layout();
+    int LayoutButtons(int top, int left, int width);
+    // A control placed at (x, y, width, height) of the left-to-right layout; mirrored for a right-to-left language.
+    void Place(HWND control, int x, int y, int width, int height) const;
+    RECT Mirrored(const RECT& box) const;
+    void UsePalette();
     // Layout() and the window resized to it, in place.
     void Relayout();
     void Paint(HDC dc);
@@ -67,13 +77,16 @@ private:
     void Report(int action) const;
     HWND Control(int id) const;
     std::string ReadField() const;
-    std::string ProgressText() const;
-    std::string CodeText() const;
+    std::wstring ProgressText() const;
+    std::wstring CodeText() const;
 
     CLVUIDhtmlDlg& m_dialog;
     HWND& m_handle;
     const LvUiDialogKind m_kind;
     const PageContent* m_content = nullptr;
+    const CatalogueLanguage* m_language = nullptr; // of the controls now built
+    bool m_highContrast = false;                   // likewise
+    Palette m_palette{};
     // Destroyed after the window (the destructor destroys it first): its controls use these.
     std::unique_ptr<CDialogFonts> m_fonts;
     CBrush m_cardBrush;
@@ -83,7 +96,8 @@ private:
     mutable bool m_reported = false; // an answer was given for the current showing
 
     std::string m_page;
-    std::string m_text;
+    std::string m_text;   // as given (GetDlgURL)
+    std::wstring m_shown; // as shown
     bool m_hasPendingMessage = false;
     DWORD m_pendingCode = 0;
     std::string m_pendingMessage;

@@ -1,7 +1,9 @@
 #include "include/LvUi.h"
 
+#include "Catalogue.h"
 #include "DialogRegistry.h"
 #include "DialogSurface.h"
+#include "Theme.h"
 
 int ShowBHOPromptUI(CLVUIDhtmlDlg* dialog, HWND parent, HWND owner, DWORD style, const char* page, int x, int y, int w,
                     int h, const char* text)
@@ -35,4 +37,14 @@ BOOL LvUiPreTranslateMessage(MSG* msg)
         window = ::GetParent(window);
     }
     return FALSE;
+}
+
+void LvUiSetLanguage(LANGID language)
+{
+    lvui::SetActiveLanguage(language);
+}
+
+void LvUiSetHighContrast(int mode)
+{
+    lvui::ForceHighContrast(mode);
 }

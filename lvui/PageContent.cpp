@@ -1,5 +1,7 @@
 #include "PageContent.h"
 
+#include "lang/StringIds.h"
+
 #include <cstdio>
 #include <cstring>
 
@@ -10,13 +12,13 @@ namespace
 PageContent SaveLogin()
 {
     PageContent page;
-    page.title = "Save this login to Lumivar?";
+    page.title = IDS_SAVE_TITLE;
     page.showsDomain = true;
-    page.note = "Encrypted in your vault. Only you can unlock it.";
-    page.buttons[0] = {"Save", LvUiActionOk, ButtonRole::Primary, 0};
-    page.buttons[1] = {"Not now", LvUiActionNotNow, ButtonRole::Secondary, 0};
-    page.buttons[2] = {"Always save here", LvUiActionAlwaysSave, ButtonRole::Quiet, 1};
-    page.buttons[3] = {"Never for this site", LvUiActionNever, ButtonRole::Quiet, 1};
+    page.note = IDS_SAVE_NOTE;
+    page.buttons[0] = {IDS_SAVE, LvUiActionOk, ButtonRole::Primary, 0};
+    page.buttons[1] = {IDS_NOT_NOW, LvUiActionNotNow, ButtonRole::Secondary, 0};
+    page.buttons[2] = {IDS_ALWAYS_SAVE, LvUiActionAlwaysSave, ButtonRole::Quiet, 1};
+    page.buttons[3] = {IDS_NEVER_SITE, LvUiActionNever, ButtonRole::Quiet, 1};
     page.buttonCount = 4;
     page.enterAction = LvUiActionOk;
     page.escapeAction = LvUiActionNotNow;
@@ -26,13 +28,13 @@ PageContent SaveLogin()
 PageContent UpdateLogin()
 {
     PageContent page;
-    page.title = "Update the saved login?";
+    page.title = IDS_UPDATE_TITLE;
     page.showsDomain = true;
-    page.note = "Lumivar will keep the new password for this site.";
-    page.buttons[0] = {"Update", LvUiActionOk, ButtonRole::Primary, 0};
-    page.buttons[1] = {"Not now", LvUiActionNotNow, ButtonRole::Secondary, 0};
-    page.buttons[2] = {"Always update here", LvUiActionAlwaysSave, ButtonRole::Quiet, 1};
-    page.buttons[3] = {"Never for this site", LvUiActionNever, ButtonRole::Quiet, 1};
+    page.note = IDS_UPDATE_NOTE;
+    page.buttons[0] = {IDS_UPDATE, LvUiActionOk, ButtonRole::Primary, 0};
+    page.buttons[1] = {IDS_NOT_NOW, LvUiActionNotNow, ButtonRole::Secondary, 0};
+    page.buttons[2] = {IDS_ALWAYS_UPDATE, LvUiActionAlwaysSave, ButtonRole::Quiet, 1};
+    page.buttons[3] = {IDS_NEVER_SITE, LvUiActionNever, ButtonRole::Quiet, 1};
     page.buttonCount = 4;
     page.enterAction = LvUiActionOk;
     page.escapeAction = LvUiActionNotNow;
@@ -42,11 +44,12 @@ PageContent UpdateLogin()
 PageContent Verification()
 {
     PageContent page;
-    page.title = "Verification needed";
-    page.body = "To continue, type the verification code you were given.";
+    page.title = IDS_VERIFY_TITLE;
+    page.body = IDS_VERIFY_BODY;
     page.field = FieldKind::Text;
+    page.fieldLabel = IDS_VERIFY_LABEL;
     // Whatever the user does here, the host sends the typed code to the core: one button, and Esc does nothing.
-    page.buttons[0] = {"Confirm", LvUiActionOk, ButtonRole::Primary, 0};
+    page.buttons[0] = {IDS_CONFIRM, LvUiActionOk, ButtonRole::Primary, 0};
     page.buttonCount = 1;
     page.enterAction = LvUiActionOk;
     return page;
@@ -56,7 +59,7 @@ PageContent Verification()
 PageContent VerificationInProgress()
 {
     PageContent page;
-    page.title = "Verifying this device";
+    page.title = IDS_PROGRESS_TITLE;
     page.progress = true;
     return page;
 }
@@ -64,11 +67,11 @@ PageContent VerificationInProgress()
 PageContent Discovery()
 {
     PageContent page;
-    page.title = "Turn on login discovery?";
-    page.body = "Lumivar can offer to save your login whenever you sign in to a new site.";
-    page.buttons[0] = {"Turn on", LvUiActionOk, ButtonRole::Primary, 0};
-    page.buttons[1] = {"Not now", LvUiActionNotNow, ButtonRole::Secondary, 0};
-    page.buttons[2] = {"Don't show again", LvUiActionNever, ButtonRole::Quiet, 1};
+    page.title = IDS_DISCOVERY_TITLE;
+    page.body = IDS_DISCOVERY_BODY;
+    page.buttons[0] = {IDS_TURN_ON, LvUiActionOk, ButtonRole::Primary, 0};
+    page.buttons[1] = {IDS_NOT_NOW, LvUiActionNotNow, ButtonRole::Secondary, 0};
+    page.buttons[2] = {IDS_DONT_SHOW, LvUiActionNever, ButtonRole::Quiet, 1};
     page.buttonCount = 3;
     page.enterAction = LvUiActionOk;
     page.escapeAction = LvUiActionNotNow;
@@ -78,12 +81,13 @@ PageContent Discovery()
 PageContent Pin()
 {
     PageContent page;
-    page.title = "Enter your PIN";
-    page.body = "Lumivar needs your PIN to finish verifying this device.";
+    page.title = IDS_PIN_TITLE;
+    page.body = IDS_PIN_BODY;
     page.field = FieldKind::Pin;
+    page.fieldLabel = IDS_PIN_LABEL;
     page.pinStatus = true;
-    page.buttons[0] = {"OK", LvUiActionOk, ButtonRole::Primary, 0};
-    page.buttons[1] = {"Cancel", LvUiActionNotNow, ButtonRole::Secondary, 0};
+    page.buttons[0] = {IDS_OK, LvUiActionOk, ButtonRole::Primary, 0};
+    page.buttons[1] = {IDS_CANCEL, LvUiActionNotNow, ButtonRole::Secondary, 0};
     page.buttonCount = 2;
     page.enterAction = LvUiActionOk;
     page.escapeAction = LvUiActionNotNow;

@@ -1,5 +1,6 @@
 #pragma once
-// What each page says and offers, as data: the surface builds its controls from it.
+// What each page says and offers, as data: the surface builds its controls from it. Texts are string ids of the
+// catalogue (lang/StringIds.h); 0 is no text.
 
 #include "include/LvUi.h"
 
@@ -16,7 +17,7 @@ enum class ButtonRole
 
 struct PageButton
 {
-    const char* label;
+    UINT label;
     int action; // LvUiAction
     ButtonRole role;
     int row; // rows are laid out top to bottom, the buttons of a row side by side
@@ -33,12 +34,13 @@ struct PageContent
 {
     static constexpr int kMaxButtons = 4;
 
-    const char* title = "";
+    UINT title = 0;
     bool showsDomain = false; // the dialog's text, in a box of its own
-    const char* body = "";    // explanation, may wrap
-    const char* note = "";    // small reassurance line under the domain
+    UINT body = 0;            // explanation, may wrap
+    UINT note = 0;            // small reassurance line under the domain
     bool progress = false;    // the waiting indicator with the status text and code
     FieldKind field = FieldKind::None;
+    UINT fieldLabel = 0;    // the field's name, shown above it
     bool pinStatus = false; // room for "Wrong PIN" under the field
     PageButton buttons[kMaxButtons] = {};
     int buttonCount = 0;

@@ -15,30 +15,44 @@ inline int Scale(int base, long zoom)
     return (base > 0 && scaled < 1) ? 1 : scaled;
 }
 
-namespace colour
+// Every colour the dialogs use. The normal look is the product's own; in Windows high-contrast mode every colour
+// is a system colour, so that the user's scheme decides them all.
+struct Palette
 {
-constexpr COLORREF kBand = RGB(23, 50, 99);          // header band
-constexpr COLORREF kBandText = RGB(255, 255, 255);   // wordmark and lock on the band
-constexpr COLORREF kBandAccent = RGB(96, 165, 250);  // line under the band
-constexpr COLORREF kBrand = RGB(37, 99, 235);        // primary button, links, focus
-constexpr COLORREF kBrandPressed = RGB(30, 64, 175); // primary button while pressed
-constexpr COLORREF kCard = RGB(255, 255, 255);
-constexpr COLORREF kCardBorder = RGB(184, 192, 204);
-constexpr COLORREF kInk = RGB(17, 24, 39);      // titles, field text
-constexpr COLORREF kBody = RGB(55, 65, 81);     // explanations
-constexpr COLORREF kMuted = RGB(100, 108, 122); // reassurance and status lines
-constexpr COLORREF kChip = RGB(241, 245, 249);  // the domain's box
-constexpr COLORREF kChipBorder = RGB(203, 213, 225);
-constexpr COLORREF kFieldBorder = RGB(148, 163, 184);
-constexpr COLORREF kButtonBorder = RGB(203, 213, 225);
-constexpr COLORREF kButtonPressed = RGB(226, 232, 240);
-constexpr COLORREF kQuietPressed = RGB(239, 246, 255);
-constexpr COLORREF kDisabled = RGB(156, 163, 175);
-constexpr COLORREF kError = RGB(185, 28, 28);
-constexpr COLORREF kErrorBack = RGB(254, 242, 242);
-constexpr COLORREF kErrorBorder = RGB(248, 180, 180);
-constexpr COLORREF kSpinnerTrack = RGB(219, 228, 240);
-} // namespace colour
+    COLORREF band;         // header band
+    COLORREF bandText;     // wordmark and lock on the band
+    COLORREF bandAccent;   // line under the band
+    COLORREF brand;        // primary button, focus rings, the spinner's head
+    COLORREF brandPressed; // primary button while pressed
+    COLORREF brandText;    // text on the primary button
+    COLORREF card;         // the dialog's background
+    COLORREF cardBorder;
+    COLORREF ink;   // titles, field text
+    COLORREF body;  // explanations
+    COLORREF muted; // reassurance and status lines
+    COLORREF chip;  // the domain's box
+    COLORREF chipBorder;
+    COLORREF fieldBorder;
+    COLORREF buttonFace; // secondary buttons
+    COLORREF buttonText;
+    COLORREF buttonBorder;
+    COLORREF buttonPressed;
+    COLORREF quietText; // text-only buttons
+    COLORREF quietPressed;
+    COLORREF disabled;
+    COLORREF error; // "Wrong PIN" text and sign, the field's frame after a wrong PIN
+    COLORREF errorBack;
+    COLORREF errorBorder;
+    COLORREF errorMark; // the exclamation mark inside the sign
+    COLORREF spinnerTrack;
+};
+
+// The look for now: system colours while high contrast is on (SPI_GETHIGHCONTRAST, or as forced by
+// LvUiSetHighContrast), the product's own otherwise.
+Palette CurrentPalette();
+bool IsHighContrast();
+// -1 follows Windows, 0 and 1 force high contrast off or on.
+void ForceHighContrast(int mode);
 
 namespace metric
 {
@@ -57,8 +71,10 @@ constexpr int kStatusHeight = 30;
 constexpr int kButtonHeight = 34;
 constexpr int kQuietHeight = 30;
 constexpr int kButtonGap = 10;
+constexpr int kButtonTextInset = 8; // the label's least distance from a button's sides
 constexpr int kRowGap = 6;
-constexpr int kRadius = 7; // corner rounding of buttons and boxes
+constexpr int kLabelGap = 4; // a field's label to its box
+constexpr int kRadius = 7;   // corner rounding of buttons and boxes
 constexpr int kSpinner = 34;
 constexpr int kLockWidth = 16;
 constexpr int kLockHeight = 20;

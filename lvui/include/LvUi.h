@@ -5,6 +5,10 @@
 //
 // Exported signatures use plain C types only (no standard library objects cross the DLL boundary). Every call is
 // made on the thread that created the dialog's window (the host's UI thread).
+//
+// The dialogs speak the user's UI language (the one "GetLang" names; English for any other), right to left for
+// Arabic and Hebrew, and follow Windows' high-contrast setting. Narrow texts given to them (the domain, the status
+// text) are UTF-8; text that is not valid UTF-8 is read in the ANSI code page.
 
 #include <windows.h>
 
@@ -131,4 +135,13 @@ extern "C"
     // Keyboard navigation (Tab, Shift+Tab, Enter, Esc) for the dialogs: the UI thread's message loop offers every
     // message here first and skips it when this returns non-zero.
     LVUI_API BOOL LvUiPreTranslateMessage(MSG* msg);
+
+    // The language the dialogs speak from their next ShowBHOPromptUI, as a Windows UI language id (0x0411 is
+    // Japanese); 0, the default, is the user's UI language. For galleries and tests that show several languages in
+    // one process.
+    LVUI_API void LvUiSetLanguage(LANGID language);
+
+    // High contrast from the next ShowBHOPromptUI: -1, the default, follows Windows (SPI_GETHIGHCONTRAST); 0 and 1
+    // force it off or on, for galleries and tests on systems where the setting cannot be changed.
+    LVUI_API void LvUiSetHighContrast(int mode);
 }
