@@ -1,9 +1,11 @@
 #!/usr/bin/env python3
-"""Screenshots of LVUI.dll's dialogs at the zooms the host picks on two screens.
+"""Screenshots of LVUI.dll's dialogs at the zooms the host picks on two screens, in several languages, normal and in
+high contrast.
 
 For 1920x1080 at 96 DPI and 1280x1024 at 144 DPI, computes the host's zoom for that screen, runs LvUiGallery.exe
 under its own Xvfb server in a fresh Wine prefix (scripts/with-wine-prefix) with the DPI set in that prefix, and
-turns every BMP it saves into a PNG in the output folder, printing each PNG's path. Needs xvfb-run and Wine.
+turns every BMP it saves into a PNG in the output folder, printing each PNG's path. For every language, zoom and
+look it also writes one sheet with all the pages side by side (sheet-LANG-zN[-hc].png). Needs xvfb-run and Wine.
 
     python3 scripts/prompt_gallery.py --gallery build/mingw-release/bin/LvUiGallery.exe \\
         --lvui build/mingw-release/bin/LVUI.dll --out build/screenshots
@@ -20,6 +22,7 @@ from pathlib import Path
 
 SCRIPTS = Path(__file__).resolve().parent
 SCREENS = [(1920, 1080, 96), (1280, 1024, 144)]
+LANGUAGES = ["en", "de", "ja", "ar", "he", "ru", "el", "zh-CN", "ko"]
 
 
 def mul_div(a, b, c):
@@ -40,8 +43,8 @@ def host_zoom(width, dpi):
     return base + mul_div(10, scale, base)
 
 
-def bmp_to_png(bmp_path, png_path):
-    """Converts an uncompressed 24-bit BMP (either row order) to an 8-bit RGB PNG."""
+def read_bmp(bmp_path):
+    """An uncompressed 24-bit BMP (either row order) as (width, height, rows of RGB bytes, top first)."""
     data = Path(bmp_path).read_bytes()
     if data[:2] != b"BM":
         raise ValueError(f"{bmp_path}: not a BMP file")
@@ -61,7 +64,13 @@ def bmp_to_png(bmp_path, png_path):
         rgb[0::3] = bgr[2::3]
         rgb[1::3] = bgr[1::3]
         rgb[2::3] = bgr[0::3]
-        rows.append(b"\x00" + bytes(rgb))  # filter type 0 (none) per row
+        rows.append(bytes(rgb))
+    return width, height, rows
+
+
+def write_png(png_path, width, height, rows):
+    """Writes rows of RGB bytes (top first) as an 8-bit RGB PNG."""
+    rows = [b"\x00" + row for row in rows]  # filter type 0 (none) per row
 
     def chunk(kind, body):
         return struct.pack(">I", len(body)) + kind + body + struct.pack(">I", zlib.crc32(kind + body) & 0xFFFFFFFF)
@@ -70,6 +79,26 @@ def bmp_to_png(bmp_path, png_path):
     png = b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + chunk(b"IDAT", zlib.compress(b"".join(rows), 9))
     png += chunk(b"IEND", b"")
     Path(png_path).write_bytes(png)
+
+
+def bmp_to_png(bmp_path, png_path):
+    width, height, rows = read_bmp(bmp_path)
+    write_png(png_path, width, height, rows)
+
+
+def write_sheet(png_path, bitmaps, gap=16):
+    """The bitmaps side by side on a grey ground, top-aligned."""
+    images = [read_bmp(bmp) for bmp in bitmaps]
+    width = sum(image[0] for image in images) + gap * (len(images) + 1)
+    height = max(image[1] for image in images) + 2 * gap
+    grey = bytes([128, 128, 128])
+    rows = [bytearray(grey * width) for _ in range(height)]
+    x = gap
+    for image_width, image_height, image_rows in images:
+        for y in range(image_height):
+            rows[gap + y][3 * x : 3 * (x + image_width)] = image_rows[y]
+        x += image_width + gap
+    write_png(png_path, width, height, [bytes(row) for row in rows])
 
 
 def run_gallery(work, gallery, lvui, width, height, dpi, zoom):
@@ -84,8 +113,8 @@ def run_gallery(work, gallery, lvui, width, height, dpi, zoom):
     windows_out = "Z:" + str(shots).replace("/", "\\")
     inner = (
         "wine reg add 'HKCU\\Control Panel\\Desktop' /v LogPixels /t REG_DWORD /d {dpi} /f >/dev/null 2>&1 && "
-        'wine "$1" --zoom {zoom} --out "$2"'
-    ).format(dpi=dpi, zoom=zoom)
+        'wine "$1" --zoom {zoom} --out "$2" --langs {langs} --high-contrast'
+    ).format(dpi=dpi, zoom=zoom, langs=",".join(LANGUAGES))
     command = [
         "xvfb-run", "-a", "-s", f"-screen 0 {width}x{height}x24",
         str(SCRIPTS / "with-wine-prefix"),
@@ -117,10 +146,16 @@ def main():
             bitmaps = run_gallery(Path(work), Path(args.gallery), Path(args.lvui), width, height, dpi, zoom)
             if not bitmaps:
                 raise RuntimeError("LvUiGallery wrote no files")
+            sheets = {}
             for bmp in bitmaps:
                 png = out / (bmp.stem + ".png")
                 bmp_to_png(bmp, png)
                 print(f"  {png}", flush=True)
+                # page1-ja-z166-hc: the sheet is sheet-ja-z166-hc
+                sheets.setdefault("sheet-" + bmp.stem.split("-", 1)[1].replace("bad-", "", 1), []).append(bmp)
+            for name, members in sheets.items():
+                write_sheet(out / (name + ".png"), members)
+                print(f"  {out / (name + '.png')}", flush=True)
     return 0
 
 
