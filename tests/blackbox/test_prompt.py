@@ -13,6 +13,7 @@ import unittest
 from pathlib import Path
 
 sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "scripts" / "lib"))
+import prompt_texts  # noqa: E402
 import winhost  # noqa: E402
 
 EXE = None
@@ -367,6 +368,74 @@ class FocusTest(PromptCase):
         self.notify(core_window)
         self.assertTrue(self.no_frame_within(1))
         self.end()
+
+
+class LanguageTest(PromptCase):
+    """The host started in the user's language (under Wine: LC_ALL), the prompt read from the browser's process."""
+
+    # LC_ALL, the name "GetLang" answers and the catalogue the prompt shows, whether it reads right to left.
+    LOCALES = [
+        ("en_US.UTF-8", "English", False), ("de_DE.UTF-8", "German", False), ("fr_FR.UTF-8", "French", False),
+        ("ja_JP.UTF-8", "Japanese", False), ("ko_KR.UTF-8", "Korean", False), ("zh_CN.UTF-8", "SChinese", False),
+        ("zh_TW.UTF-8", "TChinese", False), ("ru_RU.UTF-8", "Russian", False), ("el_GR.UTF-8", "Greek", False),
+        ("ar_SA.UTF-8", "Arabic", True), ("he_IL.UTF-8", "Hebrew", True), ("pt_BR.UTF-8", "Brazilian", False),
+        ("pt_PT.UTF-8", "Portuguese", False), ("pl_PL.UTF-8", "Polish", False), ("tr_TR.UTF-8", "Turkish", False),
+        ("sr_RS@latin", "Serbian", False),
+    ]
+    # Reaches the host as UTF-8 and is shown as it is (the host upper-cases ASCII letters only).
+    DOMAIN = "bücher.example"
+    SHOWN = "BüCHER.EXAMPLE"
+    BUTTONS = ("IDS_SAVE", "IDS_NOT_NOW", "IDS_ALWAYS_SAVE", "IDS_NEVER_SITE")
+
+    def setUp(self):
+        self.core = winhost.SimCore(PREFIX, SIM)
+        self.addCleanup(self.core.stop)
+        self.browser = StubBrowser(self.stub)
+        self.addCleanup(self.browser.stop)
+
+    def start_in(self, locale):
+        self.host = winhost.start_host(PREFIX, EXE, ["C:\\Browser\\lvbho.json", "EdHalo_ffext@lvbho"],
+                                       env=dict(PREFIX.env, LC_ALL=locale))
+        self.addCleanup(winhost.discard_host, self.host)
+        self.assertEqual(0, self.ask({"command": "Identify", "name": "firefox"})["CommandError"])
+        self.assertEqual("1", self.browser.command("foreground"))
+
+    def test_the_save_prompt_speaks_the_users_language(self):
+        for locale, name, right_to_left in self.LOCALES:
+            with self.subTest(locale=locale):
+                expected = prompt_texts.texts(name)
+                self.start_in(locale)
+                language = self.ask({"command": "GetLang"})["Lang"]
+                self.show(1, domain=self.DOMAIN)
+                dialog = self.dialogs()[0]
+                statics = [c["text"] for c in self.controls(dialog, "static")]
+                buttons = {c["text"]: c for c in self.controls(dialog, BUTTON_CLASS)}
+                self.end()
+
+                self.assertEqual(name, language)
+                self.assertEqual([expected["IDS_SAVE_TITLE"], self.SHOWN, expected["IDS_SAVE_NOTE"]], statics)
+                self.assertEqual(sorted(expected[key] for key in self.BUTTONS), sorted(buttons))
+                save, not_now = buttons[expected["IDS_SAVE"]], buttons[expected["IDS_NOT_NOW"]]
+                # Right to left the dialog is mirrored: the main button is the one on the right.
+                self.assertEqual(right_to_left, save["x"] > not_now["x"], (save, not_now))
+
+    def test_the_pin_dialog_speaks_the_users_language(self):
+        for locale, name, _ in (("ja_JP.UTF-8", "Japanese", False), ("ar_SA.UTF-8", "Arabic", True)):
+            with self.subTest(locale=locale):
+                expected = prompt_texts.texts(name)
+                self.start_in(locale)
+                VerificationTest.prepare(self)
+                self.assertTrue(self.core.command(f"push copydata {VERIFY_PIN} -1 dev-7 Approve").startswith("ok"))
+                self.receive()
+                self.wait_for(lambda: len(self.dialogs()) == 2)
+                pin = self.dialogs()[1]
+                statics = [c["text"] for c in self.controls(pin, "static")]
+                buttons = sorted(c["text"] for c in self.controls(pin, BUTTON_CLASS))
+                self.end()
+
+                self.assertEqual([expected["IDS_PIN_TITLE"], expected["IDS_PIN_BODY"], expected["IDS_PIN_LABEL"]],
+                                 statics)
+                self.assertEqual(sorted([expected["IDS_OK"], expected["IDS_CANCEL"]]), buttons)
 
 
 class ChromeTest(unittest.TestCase):

@@ -3,7 +3,8 @@
 // then serves line commands on stdin, each answered by one line ("ok ..." or "error ..."):
 //
 //   foreground            give the window the foreground; "ok 1" when it has it
-//   children              every window inside the browser window, as one JSON array: hwnd, parent, class, text,
+//   children              every window inside the browser window, as one JSON array: hwnd, parent, class, text
+//                         (GetWindowTextW, as UTF-8),
 //                         x and y relative to the browser's client area, w, h, visible
 //   click HWND            posts BM_CLICK to a button (in any process)
 //   settext HWND TEXT     sends WM_SETTEXT (the rest of the line is the text)
@@ -57,6 +58,7 @@ void Register(const std::string& className)
     ::RegisterClassA(&windowClass);
 }
 
+// JSON string contents: UTF-8 passes as it is, quotes, backslashes and control characters are escaped.
 std::string Escape(const std::string& text)
 {
     std::string out;
@@ -64,7 +66,7 @@ std::string Escape(const std::string& text)
     {
         if (c == '"' || c == '\\')
             out += '\\', out += static_cast<char>(c);
-        else if (c < 0x20 || c >= 0x80)
+        else if (c < 0x20)
         {
             char code[8];
             std::snprintf(code, sizeof code, "\\u%04x", c);
@@ -81,13 +83,16 @@ BOOL CALLBACK AddChild(HWND hwnd, LPARAM param)
     auto& out = *reinterpret_cast<std::string*>(param);
     char className[256] = {};
     ::GetClassNameA(hwnd, className, sizeof className);
-    char text[512] = {};
-    ::GetWindowTextA(hwnd, text, sizeof text);
+    // The text as the window holds it (UTF-16), whatever this process's code page is; sent as UTF-8.
+    wchar_t wide[512] = {};
+    ::GetWindowTextW(hwnd, wide, 512);
+    char text[2048] = {};
+    ::WideCharToMultiByte(CP_UTF8, 0, wide, -1, text, sizeof text, nullptr, nullptr);
     RECT rect{};
     ::GetWindowRect(hwnd, &rect);
     POINT origin{0, 0};
     ::ClientToScreen(g_browser, &origin);
-    char line[1024];
+    char line[4096];
     std::snprintf(line, sizeof line,
                   "%s{\"hwnd\":%llu,\"parent\":%llu,\"class\":\"%s\",\"text\":\"%s\",\"x\":%ld,\"y\":%ld,\"w\":%ld,"
                   "\"h\":%ld,\"visible\":%d}",
