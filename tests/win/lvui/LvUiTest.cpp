@@ -816,4 +816,303 @@ TEST_F(LvUiTest, ShowingAgainMovesTheDialogToTheNewParent)
     m_prompt.DestroyWindow();
     ::DestroyWindow(other);
 }
+
+// --- languages, layout, accessibility, high contrast ------------------------------------------------------------
+
+// The Windows UI language of every language the dialogs speak, English first.
+constexpr LANGID kLanguages[] = {0x0409, 0x0401, 0x0402, 0x0404, 0x0804, 0x0405, 0x0406, 0x0407, 0x0408,
+                                 0x0C0A, 0x040B, 0x040C, 0x040D, 0x040E, 0x0410, 0x0411, 0x0412, 0x0413,
+                                 0x0414, 0x0415, 0x0416, 0x0816, 0x0418, 0x0419, 0x041A, 0x241A, 0x041B,
+                                 0x041D, 0x041F, 0x0421, 0x0424, 0x0425, 0x0426, 0x0427};
+constexpr LANGID kArabic = 0x0401;
+constexpr long kZooms[] = {100, 125, 166, 200};
+
+std::wstring WideTextOf(HWND window)
+{
+    wchar_t text[512] = {};
+    ::GetWindowTextW(window, text, 512);
+    return text;
+}
+
+RECT RectIn(HWND dialog, HWND child)
+{
+    RECT rect{};
+    ::GetWindowRect(child, &rect);
+    ::MapWindowPoints(HWND_DESKTOP, dialog, reinterpret_cast<POINT*>(&rect), 2);
+    return rect;
+}
+
+// The size `text` needs in `window`'s font when wrapped to `width`, as DrawTextW measures it.
+SIZE Measure(HWND window, const std::wstring& text, int width, UINT flags)
+{
+    HDC dc = ::GetDC(window);
+    HGDIOBJ previous = ::SelectObject(dc, reinterpret_cast<HFONT>(::SendMessageW(window, WM_GETFONT, 0, 0)));
+    RECT rect{0, 0, width, 0};
+    ::DrawTextW(dc, text.c_str(), -1, &rect, flags | DT_CALCRECT);
+    TEXTMETRICW metrics{};
+    ::GetTextMetricsW(dc, &metrics);
+    ::SelectObject(dc, previous);
+    ::ReleaseDC(window, dc);
+    return SIZE{rect.right - rect.left, text.empty() ? metrics.tmHeight : rect.bottom - rect.top};
+}
+
+// What is wrong with a dialog's layout: a visible control outside the dialog, a text that does not fit its control,
+// two controls that overlap. Empty when nothing is.
+std::vector<std::string> LayoutProblems(HWND dialog, long zoom)
+{
+    std::vector<std::string> problems;
+    RECT client{};
+    ::GetClientRect(dialog, &client);
+    std::vector<std::pair<HWND, RECT>> placed;
+    for (HWND child : Children(dialog))
+    {
+        if (!::IsWindowVisible(child))
+            continue;
+        const RECT rect = RectIn(dialog, child);
+        const std::string name = ClassOf(child) + " " + std::to_string(::GetDlgCtrlID(child));
+        if (rect.left < client.left || rect.top < client.top || rect.right > client.right ||
+            rect.bottom > client.bottom)
+            problems.push_back(name + " lies outside the dialog");
+        const bool rightToLeft = (::GetWindowLongPtrW(child, GWL_EXSTYLE) & WS_EX_RTLREADING) != 0;
+        const UINT reading = rightToLeft ? DT_RTLREADING : 0;
+        const std::wstring text = WideTextOf(child);
+        SIZE room{Width(rect), Height(rect)};
+        SIZE needed{};
+        if (_stricmp(ClassOf(child).c_str(), "Static") == 0)
+        {
+            if (text.empty())
+                problems.push_back(name + " shows no text");
+            needed = Measure(child, text, room.cx, DT_WORDBREAK | DT_EXPANDTABS | DT_NOPREFIX | reading);
+        }
+        else if (_stricmp(ClassOf(child).c_str(), "Button") == 0)
+        {
+            const int inset = ::MulDiv(8, static_cast<int>(zoom), 100);
+            room.cx -= 2 * inset;
+            needed = Measure(child, text, room.cx, DT_WORDBREAK | DT_NOPREFIX | reading);
+        }
+        else
+            needed = Measure(child, L"", room.cx, 0); // a field: one line of its font
+        if (needed.cx > room.cx || needed.cy > room.cy)
+            problems.push_back(name + " needs " + std::to_string(needed.cx) + "x" + std::to_string(needed.cy) +
+                               " and has " + std::to_string(room.cx) + "x" + std::to_string(room.cy));
+        for (const auto& [other, otherRect] : placed)
+        {
+            RECT common{};
+            if (::IntersectRect(&common, &rect, &otherRect))
+                problems.push_back(name + " overlaps " + ClassOf(other) + " " + std::to_string(::GetDlgCtrlID(other)));
+        }
+        placed.emplace_back(child, rect);
+    }
+    return problems;
+}
+
+class LvUiLanguageTest : public LvUiTest
+{
+protected:
+    void TearDown() override
+    {
+        LvUiSetLanguage(0);
+        LvUiSetHighContrast(-1);
+        LvUiTest::TearDown();
+    }
+
+    void ExpectFits(CLVUIDhtmlDlg& dialog, const std::string& what, long zoom)
+    {
+        for (const std::string& problem : LayoutProblems(dialog.GetSafeHwnd(), zoom))
+        {
+            ADD_FAILURE() << what << ": " << problem;
+        }
+        RECT window{};
+        dialog.GetWindowRect(&window);
+        if (dialog.Kind() == LvUiPromptDialog)
+        {
+            EXPECT_EQ(static_cast<CLvBhoPromptDlgUI&>(dialog).GetCurrentHeight(), Height(window)) << what;
+        }
+    }
+
+    std::wstring Title(LANGID language)
+    {
+        LvUiSetLanguage(language);
+        ShowBHOPromptUI(&m_prompt, m_parent, m_owner, kChildStyle, "1", 10, 10, 0, 800, kDomain);
+        const std::vector<HWND> statics = Children(m_prompt.GetSafeHwnd(), "Static");
+        return statics.empty() ? std::wstring() : WideTextOf(statics.front());
+    }
+};
+
+TEST_F(LvUiLanguageTest, EveryPageOfEveryLanguageFitsAtEveryZoom)
+{
+    for (const LANGID language : kLanguages)
+    {
+        LvUiSetLanguage(language);
+        for (const long zoom : kZooms)
+        {
+            char where[64];
+            std::snprintf(where, sizeof(where), "language 0x%04X, zoom %ld, ", language, zoom);
+            m_prompt.SetZoom(zoom);
+            m_pin.SetZoom(zoom);
+            for (const char* page : {"1", "2", "3", "4", "5"})
+            {
+                ASSERT_EQ(ShowBHOPromptUI(&m_prompt, m_parent, m_owner, kChildStyle, page, 0, 0, 0, 0,
+                                          "accounts.example.com.very-long-subdomain.example.org"),
+                          1);
+                ExpectFits(m_prompt, std::string(where) + "page " + page, zoom);
+            }
+            ASSERT_EQ(ShowBHOPromptUI(&m_pin, m_parent, m_owner, kChildStyle, "1", 0, 0, 0, 0, ""), 1);
+            ExpectFits(m_pin, std::string(where) + "PIN", zoom);
+            m_pin.UpdateBadPin();
+            ExpectFits(m_pin, std::string(where) + "PIN after a wrong one", zoom);
+            m_pin.OnHidePrompt();
+        }
+    }
+}
+
+TEST_F(LvUiLanguageTest, EachLanguageShowsItsOwnTexts)
+{
+    const std::wstring english = Title(0x0409);
+    EXPECT_EQ(L"Save this login to Lumivar?", english);
+    for (const LANGID language : kLanguages)
+    {
+        if (language != 0x0409)
+        {
+            EXPECT_NE(english, Title(language)) << std::hex << language;
+        }
+    }
+    // A language the dialogs do not have is shown in English; so is Portuguese of neither Brazil nor Portugal.
+    EXPECT_EQ(english, Title(0x0436)); // Afrikaans
+    EXPECT_EQ(english, Title(0x0C16));
+    EXPECT_EQ(Title(0x0411), Title(0x0011)); // Japanese with no sublanguage
+}
+
+TEST_F(LvUiLanguageTest, TheUsersLanguageIsTheDefault)
+{
+    LvUiSetLanguage(::GetUserDefaultUILanguage());
+    const std::wstring chosen = Title(::GetUserDefaultUILanguage());
+    EXPECT_EQ(chosen, Title(0));
+}
+
+TEST_F(LvUiLanguageTest, RightToLeftMirrorsTheDialogButNotTheDomain)
+{
+    LvUiSetLanguage(kArabic);
+    ASSERT_EQ(ShowPrompt("1"), 1);
+    HWND dialog = m_prompt.GetSafeHwnd();
+    const std::vector<HWND> buttons = Children(dialog, "Button");
+    ASSERT_EQ(buttons.size(), 4u);
+    // Made in reading order: the main button first, then "Not now"; mirrored, the main one is on the right.
+    EXPECT_GT(RectIn(dialog, buttons[0]).left, RectIn(dialog, buttons[1]).left);
+    const std::vector<HWND> statics = Children(dialog, "Static");
+    ASSERT_GE(statics.size(), 3u);
+    const LONG_PTR titleStyle = ::GetWindowLongPtrW(statics[0], GWL_STYLE);
+    EXPECT_EQ(SS_RIGHT, titleStyle & SS_TYPEMASK);
+    EXPECT_NE(0, ::GetWindowLongPtrW(statics[0], GWL_EXSTYLE) & WS_EX_RTLREADING);
+    EXPECT_EQ(L"accounts.example.com", WideTextOf(statics[1]));
+    EXPECT_EQ(0, ::GetWindowLongPtrW(statics[1], GWL_EXSTYLE) & WS_EX_RTLREADING);
+
+    LvUiSetLanguage(0x0409);
+    ASSERT_EQ(ShowPrompt("1"), 1);
+    dialog = m_prompt.GetSafeHwnd();
+    const std::vector<HWND> english = Children(dialog, "Button");
+    EXPECT_LT(RectIn(dialog, english[0]).left, RectIn(dialog, english[1]).left);
+    EXPECT_EQ(SS_LEFT, ::GetWindowLongPtrW(Children(dialog, "Static")[0], GWL_STYLE) & SS_TYPEMASK);
+}
+
+TEST_F(LvUiLanguageTest, TheDomainIsShownAsItsUtf8Says)
+{
+    ASSERT_EQ(ShowPrompt("1", "b\xC3\xBC"
+                              "cher.example"),
+              1);
+    EXPECT_EQ(L"b\u00FCcher.example", WideTextOf(Children(m_prompt.GetSafeHwnd(), "Static")[1]));
+    EXPECT_STREQ("b\xC3\xBC"
+                 "cher.example",
+                 m_prompt.GetDlgURL());
+}
+
+TEST_F(LvUiLanguageTest, FieldsAreNamedByALabelJustBeforeThem)
+{
+    LvUiSetLanguage(0x0407);
+    ASSERT_EQ(ShowPrompt("2"), 1);
+    ASSERT_EQ(ShowPin(), 1);
+    for (CLVUIDhtmlDlg* dialog : {static_cast<CLVUIDhtmlDlg*>(&m_prompt), static_cast<CLVUIDhtmlDlg*>(&m_pin)})
+    {
+        HWND field = Field(dialog->GetSafeHwnd());
+        ASSERT_NE(field, nullptr);
+        // A screen reader names an edit control after the static text that comes just before it.
+        HWND label = ::GetWindow(field, GW_HWNDPREV);
+        ASSERT_NE(label, nullptr);
+        EXPECT_EQ("Static", ClassOf(label));
+        EXPECT_TRUE(::IsWindowVisible(label));
+        EXPECT_FALSE(WideTextOf(label).empty());
+    }
+    EXPECT_EQ(L"PIN", WideTextOf(::GetWindow(Field(m_pin.GetSafeHwnd()), GW_HWNDPREV)));
+    EXPECT_NE(0, ::GetWindowLongPtrW(Field(m_pin.GetSafeHwnd()), GWL_STYLE) & ES_PASSWORD);
+    EXPECT_EQ(0, ::GetWindowLongPtrW(Field(m_prompt.GetSafeHwnd()), GWL_STYLE) & ES_PASSWORD);
+}
+
+TEST_F(LvUiLanguageTest, EveryControlCarriesItsTextAsWindowText)
+{
+    for (const LANGID language : {LANGID{0x0409}, LANGID{0x0411}, kArabic})
+    {
+        LvUiSetLanguage(language);
+        for (const char* page : {"1", "2", "3", "4", "5"})
+        {
+            ASSERT_EQ(ShowPrompt(page), 1);
+            for (HWND child : Children(m_prompt.GetSafeHwnd()))
+            {
+                if (::IsWindowVisible(child) && ClassOf(child) != "Edit")
+                {
+                    EXPECT_FALSE(WideTextOf(child).empty()) << page << " " << ::GetDlgCtrlID(child);
+                }
+            }
+        }
+    }
+}
+
+COLORREF PixelOf(CLVUIDhtmlDlg& dialog, int x, int y)
+{
+    HWND window = dialog.GetSafeHwnd();
+    RECT client{};
+    ::GetClientRect(window, &client);
+    HDC screen = ::GetDC(nullptr);
+    HDC memory = ::CreateCompatibleDC(screen);
+    HBITMAP bitmap = ::CreateCompatibleBitmap(screen, client.right, client.bottom);
+    HGDIOBJ previous = ::SelectObject(memory, bitmap);
+    ::SendMessageW(window, WM_PRINTCLIENT, reinterpret_cast<WPARAM>(memory), PRF_CLIENT);
+    const COLORREF colour = ::GetPixel(memory, x, y);
+    ::SelectObject(memory, previous);
+    ::DeleteObject(bitmap);
+    ::DeleteDC(memory);
+    ::ReleaseDC(nullptr, screen);
+    return colour;
+}
+
+COLORREF TextColourOf(HWND dialog, HWND control)
+{
+    HDC dc = ::GetDC(control);
+    ::SendMessageW(dialog, WM_CTLCOLORSTATIC, reinterpret_cast<WPARAM>(dc), reinterpret_cast<LPARAM>(control));
+    const COLORREF colour = ::GetTextColor(dc);
+    ::ReleaseDC(control, dc);
+    return colour;
+}
+
+TEST_F(LvUiLanguageTest, HighContrastTakesEveryColourFromTheSystem)
+{
+    ASSERT_EQ(ShowPrompt("1"), 1);
+    // The band, then the card below it.
+    EXPECT_EQ(RGB(23, 50, 99), PixelOf(m_prompt, 100, 10));
+    const COLORREF productNote = TextColourOf(m_prompt.GetSafeHwnd(), Children(m_prompt.GetSafeHwnd(), "Static")[2]);
+    EXPECT_NE(::GetSysColor(COLOR_WINDOWTEXT), productNote);
+
+    LvUiSetHighContrast(1);
+    ASSERT_EQ(ShowPrompt("1"), 1);
+    HWND dialog = m_prompt.GetSafeHwnd();
+    EXPECT_EQ(::GetSysColor(COLOR_WINDOW), PixelOf(m_prompt, 100, 10));
+    EXPECT_EQ(::GetSysColor(COLOR_WINDOW), PixelOf(m_prompt, 5, m_prompt.GetCurrentHeight() - 5));
+    for (HWND label : Children(dialog, "Static"))
+    {
+        EXPECT_EQ(::GetSysColor(COLOR_WINDOWTEXT), TextColourOf(dialog, label)) << ::GetDlgCtrlID(label);
+    }
+
+    LvUiSetHighContrast(-1);
+    ASSERT_EQ(ShowPrompt("1"), 1);
+    EXPECT_EQ(RGB(23, 50, 99), PixelOf(m_prompt, 100, 10));
+}
 } // namespace
