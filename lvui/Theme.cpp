@@ -37,8 +37,9 @@ constexpr Palette kProductPalette{
     RGB(219, 228, 240), // spinnerTrack
 };
 
-// Text on window background, framed in the text colour; actions in the highlight colours; links in the hot-track
-// colour. No colour of the product's own is left.
+// Text on window background, framed in the text colour; the main action in the highlight colours, the others in
+// the button colours, the text-only ones in the text colour (the hot-track colour is not always readable on the
+// window colour). No colour of the product's own is left.
 Palette SystemPalette()
 {
     const COLORREF window = ::GetSysColor(COLOR_WINDOW);
@@ -48,7 +49,6 @@ Palette SystemPalette()
     const COLORREF face = ::GetSysColor(COLOR_BTNFACE);
     const COLORREF faceText = ::GetSysColor(COLOR_BTNTEXT);
     const COLORREF gray = ::GetSysColor(COLOR_GRAYTEXT);
-    const COLORREF link = ::GetSysColor(COLOR_HOTLIGHT);
     return Palette{
         window,        // band
         text,          // bandText
@@ -68,7 +68,7 @@ Palette SystemPalette()
         faceText,      // buttonText
         faceText,      // buttonBorder
         highlight,     // buttonPressed
-        link,          // quietText
+        text,          // quietText
         face,          // quietPressed
         gray,          // disabled
         text,          // error
