@@ -94,17 +94,38 @@ int LineHeight(HFONT font)
 
 // `text` as it fits in `width`: a long domain loses its start, never its end, which names the site that gets the
 // login ("...example.com.attacker.test", never "accounts.example.com...").
+// A cut never falls inside a surrogate pair.
 std::wstring FitKeepingTheEnd(HFONT font, const std::wstring& text, int width)
 {
-    if (TextWidth(font, text) <= width)
+    CWindowDc screen(nullptr);
+    CSelectObject selectFont(screen.Get(), font);
+    auto fits = [&](const std::wstring& candidate) {
+        SIZE size{};
+        ::GetTextExtentPoint32W(screen.Get(), candidate.c_str(), static_cast<int>(candidate.size()), &size);
+        return size.cx <= width;
+    };
+    if (fits(text))
         return text;
     for (size_t cut = 1; cut < text.size(); ++cut)
     {
+        if (IS_LOW_SURROGATE(text[cut]))
+            continue;
         std::wstring candidate = L"..." + text.substr(cut);
-        if (TextWidth(font, candidate) <= width)
+        if (fits(candidate))
             return candidate;
     }
     return L"...";
+}
+
+// The dialog mirrors itself for a right-to-left language; a window mirrored by a right-to-left parent would be
+// mirrored twice.
+void KeepLeftToRightLayout(HWND window)
+{
+    if (!window)
+        return;
+    const LONG_PTR exStyle = ::GetWindowLongPtrW(window, GWL_EXSTYLE);
+    if (exStyle & WS_EX_LAYOUTRTL)
+        ::SetWindowLongPtrW(window, GWL_EXSTYLE, exStyle & ~static_cast<LONG_PTR>(WS_EX_LAYOUTRTL));
 }
 
 // Registered once per process, the first time a dialog makes its window.
@@ -171,7 +192,10 @@ int CDialogSurface::Show(HWND parent, HWND owner, DWORD style, const char* page,
         if ((current & kKindBits) != static_cast<LONG_PTR>(windowStyle & kKindBits))
             ::SetWindowLongPtrA(m_handle, GWL_STYLE, (current & ~kKindBits) | (windowStyle & kKindBits));
         if ((windowStyle & WS_CHILD) && ::GetParent(m_handle) != parent)
+        {
             ::SetParent(m_handle, parent);
+            KeepLeftToRightLayout(m_handle);
+        }
     }
 
     m_owner = owner;
@@ -182,9 +206,9 @@ int CDialogSurface::Show(HWND parent, HWND owner, DWORD style, const char* page,
     // The language and the high-contrast setting are looked at each time the dialog is shown: a child window
     // hears of neither changing.
     const CatalogueLanguage& language = ActiveLanguage();
-    const bool highContrast = IsHighContrast();
+    // A change of high-contrast scheme changes the colours without turning high contrast on or off.
     if (rebuild || content != m_content || !m_fonts || m_fonts->Zoom() != zoom || &language != m_language ||
-        highContrast != m_highContrast)
+        !(CurrentPalette() == m_palette))
     {
         DestroyControls();
         m_content = content;
@@ -254,8 +278,9 @@ bool CDialogSurface::CreateSurfaceWindow(HWND parent, DWORD style, int x, int y)
     if (!RegisterWindowClass(&ObjectWindowProc<CDialogSurface, true>::Proc))
         return false;
     // The size comes with the first layout; the window stays hidden until then.
-    HWND hwnd = ::CreateWindowExW(WS_EX_CONTROLPARENT | WS_EX_NOPARENTNOTIFY, kWindowClass, L"Lumivar", style, x, y, 1,
-                                  1, parent, nullptr, ModuleInstance(), this);
+    HWND hwnd = ::CreateWindowExW(WS_EX_CONTROLPARENT | WS_EX_NOPARENTNOTIFY | WS_EX_NOINHERITLAYOUT, kWindowClass,
+                                  L"Lumivar", style, x, y, 1, 1, parent, nullptr, ModuleInstance(), this);
+    KeepLeftToRightLayout(hwnd);
     return hwnd != nullptr;
 }
 
@@ -556,7 +581,6 @@ RECT CDialogSurface::Mirrored(const RECT& box) const
 
 void CDialogSurface::UsePalette()
 {
-    m_highContrast = IsHighContrast();
     m_palette = CurrentPalette();
     m_cardBrush.Attach(::CreateSolidBrush(m_palette.card));
     m_chipBrush.Attach(::CreateSolidBrush(m_palette.chip));

@@ -85,8 +85,7 @@ private:
     const LvUiDialogKind m_kind;
     const PageContent* m_content = nullptr;
     const CatalogueLanguage* m_language = nullptr; // of the controls now built
-    bool m_highContrast = false;                   // likewise
-    Palette m_palette{};
+    Palette m_palette{};                           // likewise
     // Destroyed after the window (the destructor destroys it first): its controls use these.
     std::unique_ptr<CDialogFonts> m_fonts;
     CBrush m_cardBrush;

@@ -1,6 +1,7 @@
 #include "Theme.h"
 
 #include <atomic>
+#include <cstring>
 
 namespace lvui
 {
@@ -94,6 +95,11 @@ bool IsHighContrast()
 Palette CurrentPalette()
 {
     return IsHighContrast() ? SystemPalette() : kProductPalette;
+}
+
+bool operator==(const Palette& left, const Palette& right)
+{
+    return std::memcmp(&left, &right, sizeof(Palette)) == 0; // COLORREFs only: no padding
 }
 
 void ForceHighContrast(int mode)

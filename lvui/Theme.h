@@ -50,6 +50,7 @@ struct Palette
 // The look for now: system colours while high contrast is on (SPI_GETHIGHCONTRAST, or as forced by
 // LvUiSetHighContrast), the product's own otherwise.
 Palette CurrentPalette();
+bool operator==(const Palette& left, const Palette& right);
 bool IsHighContrast();
 // -1 follows Windows, 0 and 1 force high contrast off or on.
 void ForceHighContrast(int mode);

@@ -41,7 +41,8 @@ class CatalogueTest(unittest.TestCase):
             self.assertIsNotNone(language, name)
             self.assertNotIn(language, seen, f"{name} and {seen.get(language)}")
             seen[language] = name
-            self.assertIn(f"{language[0]}, {language[1]}", (ROOT / "lvui" / "Catalogue.cpp").read_text(), name)
+            self.assertIn(f'{{"{name}", MAKELANGID({language[0]}, {language[1]})', (ROOT / "lvui" / "Catalogue.cpp").read_text(),
+                          name)
 
     def test_every_catalogue_has_every_string_once_and_nothing_else(self):
         expected = list(prompt_texts.string_ids())

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -970,12 +971,13 @@ TEST_F(LvUiLanguageTest, EachLanguageShowsItsOwnTexts)
 {
     const std::wstring english = Title(0x0409);
     EXPECT_EQ(L"Save this login to Lumivar?", english);
+    // Every language its own catalogue: no two titles alike.
+    std::vector<std::wstring> titles;
     for (const LANGID language : kLanguages)
     {
-        if (language != 0x0409)
-        {
-            EXPECT_NE(english, Title(language)) << std::hex << language;
-        }
+        const std::wstring title = Title(language);
+        EXPECT_EQ(std::find(titles.begin(), titles.end(), title), titles.end()) << std::hex << language;
+        titles.push_back(title);
     }
     // A language the dialogs do not have is shown in English; so is Portuguese of neither Brazil nor Portugal.
     EXPECT_EQ(english, Title(0x0436)); // Afrikaans
@@ -985,7 +987,6 @@ TEST_F(LvUiLanguageTest, EachLanguageShowsItsOwnTexts)
 
 TEST_F(LvUiLanguageTest, TheUsersLanguageIsTheDefault)
 {
-    LvUiSetLanguage(::GetUserDefaultUILanguage());
     const std::wstring chosen = Title(::GetUserDefaultUILanguage());
     EXPECT_EQ(chosen, Title(0));
 }
@@ -1013,6 +1014,30 @@ TEST_F(LvUiLanguageTest, RightToLeftMirrorsTheDialogButNotTheDomain)
     const std::vector<HWND> english = Children(dialog, "Button");
     EXPECT_LT(RectIn(dialog, english[0]).left, RectIn(dialog, english[1]).left);
     EXPECT_EQ(SS_LEFT, ::GetWindowLongPtrW(Children(dialog, "Static")[0], GWL_STYLE) & SS_TYPEMASK);
+}
+
+TEST_F(LvUiLanguageTest, AMirroredParentDoesNotMirrorTheDialogAgain)
+{
+    HWND mirrored = ::CreateWindowExA(WS_EX_LAYOUTRTL, "LvUiTestParent", "rtl browser", WS_CHILD | WS_VISIBLE, 40, 30,
+                                      800, 800, s_frame, nullptr, ::GetModuleHandleA(nullptr), nullptr);
+    ASSERT_NE(mirrored, nullptr);
+    for (const LANGID language : {LANGID{0x0409}, kArabic})
+    {
+        LvUiSetLanguage(language);
+        ASSERT_EQ(ShowBHOPromptUI(&m_prompt, mirrored, m_owner, kChildStyle, "1", 10, 10, 0, 0, kDomain), 1);
+        HWND dialog = m_prompt.GetSafeHwnd();
+        EXPECT_EQ(0, ::GetWindowLongPtrW(dialog, GWL_EXSTYLE) & WS_EX_LAYOUTRTL);
+        const std::vector<HWND> buttons = Children(dialog, "Button");
+        ASSERT_EQ(buttons.size(), 4u);
+        RECT save{};
+        RECT notNow{};
+        ::GetWindowRect(buttons[0], &save);
+        ::GetWindowRect(buttons[1], &notNow);
+        // On the screen: the main button left of "Not now" in English, right of it in Arabic.
+        EXPECT_EQ(language == kArabic, save.left > notNow.left) << std::hex << language;
+    }
+    m_prompt.DestroyWindow();
+    ::DestroyWindow(mirrored);
 }
 
 TEST_F(LvUiLanguageTest, TheDomainIsShownAsItsUtf8Says)
