@@ -95,8 +95,9 @@ bool CBHOThread::PreTranslateMessage(MSG& message)
     // Keys that an input method editor has taken are seen as their real virtual keys by the prompt window.
     if (message.message == WM_KEYDOWN && message.wParam == VK_PROCESSKEY)
         message.wParam = ::ImmGetVirtualKey(message.hwnd);
-    // The dialogs' keyboard: Tab between their controls, Enter and Esc.
-    return LvUiPreTranslateMessage(&message) != FALSE;
+    // The dialogs' keyboard: Tab between their controls, Enter and Esc. Only once a prompt window was made: LVUI.dll
+    // is loaded on its first use, and a session without a prompt (Chrome's) never needs it.
+    return m_promptWindowMade && LvUiPreTranslateMessage(&message) != FALSE;
 }
 
 bool CBHOThread::OnThreadMessage(const MSG& message)
@@ -118,6 +119,7 @@ void CBHOThread::OnCreatePromptWnd(WPARAM, LPARAM lParam)
 
     if (!m_pHandler || !m_pPlatform)
         return;
+    m_promptWindowMade = true;
     // A fresh prompt window takes the place of the current window; the core answers to whichever is current.
     if (!m_pPlatform->ReplaceWindow(std::make_unique<CBHOPromptWnd>(*m_pWriter, this), m_pHandler.get()))
     {

@@ -53,4 +53,5 @@ private:
     std::unique_ptr<CHandlerPlatformWin> m_pPlatform;
     std::unique_ptr<CLVBHOCommandHandler> m_pHandler;
     bool m_comInitialised = false;
+    bool m_promptWindowMade = false; // LVUI.dll is in use (UI thread only)
 };

@@ -25,8 +25,7 @@ void CCoreLink::Trace(const char* format, ...) const
 
 bool CCoreLink::IsCoreRunning()
 {
-    // The core first: while it runs, its watch answers without a scan, and the guard need not be looked for.
-    return m_objects.IsProcessRunning(kCoreProcessName) || m_objects.IsProcessRunning(kGuardProcessName);
+    return m_objects.IsCoreRunning();
 }
 
 bool CCoreLink::LockBlock()

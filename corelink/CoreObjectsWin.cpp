@@ -143,13 +143,8 @@ void CCoreObjectsWin::PostRegistered(WindowId window, const char* messageName, s
     ::PostMessageA(reinterpret_cast<HWND>(window), ::RegisterWindowMessageA(messageName), wParam, lParam);
 }
 
-bool CCoreObjectsWin::IsProcessRunning(const char* name)
+bool CCoreObjectsWin::IsCoreRunning()
 {
     std::lock_guard<std::mutex> lock(m_watchLock);
-    for (CRunningProcessWatch* watch : {&m_coreWatch, &m_guardWatch})
-    {
-        if (watch->Name() == name)
-            return watch->IsRunning();
-    }
-    return m_processes.FindProcessByName(name) != 0;
+    return m_coreWatch.IsRunning();
 }

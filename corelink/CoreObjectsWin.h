@@ -36,8 +36,7 @@ public:
     void LockMutex() override;
     void ReleaseMutex() override;
     std::uint32_t FindProcessByName(const char* name) override { return m_processes.FindProcessByName(name); }
-    // The core and its guard are watched once found; other names are looked for each time.
-    bool IsProcessRunning(const char* name) override;
+    bool IsCoreRunning() override;
     WindowId FindCoreWindow() override;
     void AllowSetForeground(std::uint32_t processId) override { ::AllowSetForegroundWindow(processId); }
     void PostRegistered(WindowId window, const char* messageName, std::uintptr_t wParam, std::intptr_t lParam) override;
@@ -52,8 +51,8 @@ private:
     IProcessQuery& m_processes;
     const CDebugLog& m_log;
     std::mutex m_watchLock; // the main thread and the UI thread both ask
-    CRunningProcessWatch m_coreWatch{m_processes, kCoreProcessName};
-    CRunningProcessWatch m_guardWatch{m_processes, kGuardProcessName};
+    // The core first, as the watch prefers the first name found: a running core is what is watched.
+    CRunningProcessWatch m_coreWatch{m_processes, {kCoreProcessName, kGuardProcessName}};
     CHandle m_mapping; // declared before the view: the view is unmapped first
     CMappedView m_view;
     CHandle m_events[kCoreEventCount];

@@ -36,8 +36,9 @@ public:
 
     // The id of another process whose image name contains `name` (case-insensitive), or 0.
     virtual std::uint32_t FindProcessByName(const char* name) = 0;
-    // Whether such a process runs; may answer from a process found earlier that has not exited. Any thread.
-    virtual bool IsProcessRunning(const char* name) = 0;
+    // Whether the core or its guard runs: asked before every lock and wait. One reading of the process list looks for
+    // both; a process found is then watched, and while it has not exited the answer costs no system call. Any thread.
+    virtual bool IsCoreRunning() = 0;
     // The core's message window, or 0.
     virtual WindowId FindCoreWindow() = 0;
     virtual void AllowSetForeground(std::uint32_t processId) = 0;

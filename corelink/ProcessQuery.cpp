@@ -15,6 +15,17 @@ std::uint32_t FindProcessInList(const std::vector<NamedProcess>& processes, cons
     return 0;
 }
 
+std::uint32_t FindAnyInList(const std::vector<NamedProcess>& processes, const std::vector<std::string>& names,
+                            std::uint32_t selfId)
+{
+    for (const std::string& name : names)
+    {
+        if (const std::uint32_t id = FindProcessInList(processes, name.c_str(), selfId))
+            return id;
+    }
+    return 0;
+}
+
 std::string BuildProcessQuery(const char* name, bool withCommandLine, std::uint32_t session, std::uint32_t ownSession)
 {
     const char* select = withCommandLine ? "ProcessId,CommandLine" : "ProcessId";
@@ -33,14 +44,14 @@ bool CRunningProcessWatch::IsRunning()
     if (m_watch != 0 && !m_processes.HasExited(m_watch))
         return true;
     Forget();
-    const std::uint32_t processId = m_processes.FindProcessByName(m_name.c_str());
+    const std::uint32_t processId = m_processes.FindAnyProcess(m_names);
     if (processId == 0)
         return false;
     // A process that cannot be opened is still running; it is simply looked for again next time.
     m_watch = m_processes.OpenExitWatch(processId);
     // The id may have passed to another process between the scan and the opening: the watch is kept only when a
     // second scan finds the same id under the name.
-    if (m_watch != 0 && m_processes.FindProcessByName(m_name.c_str()) != processId)
+    if (m_watch != 0 && m_processes.FindAnyProcess(m_names) != processId)
         Forget();
     return true;
 }

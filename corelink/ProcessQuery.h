@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 // Session arguments of FindProcessByWmi.
@@ -17,6 +18,9 @@ public:
     virtual ~IProcessQuery() = default;
     // The id of the first process other than this one whose image name contains `name`, ignoring case; 0 if none.
     virtual std::uint32_t FindProcessByName(const char* name) = 0;
+    // FindProcessByName for each of `names` in turn, over one reading of the process list: the first name found
+    // gives the id; 0 if none is.
+    virtual std::uint32_t FindAnyProcess(const std::vector<std::string>& names) = 0;
     // The id of the first process the WMI query for `name` in `session` finds, or 0. `commandLine`, when given,
     // receives that process's command line.
     virtual std::uint32_t FindProcessByWmi(const char* name, std::string* commandLine, std::uint32_t session) = 0;
@@ -24,32 +28,34 @@ public:
     virtual bool ProcessImagePath(std::uint32_t processId, std::string& path) = 0;
 
     // A handle that tells when process `processId` exits (it keeps the id from being reused), or 0 when the process
-    // cannot be opened.
+    // cannot be opened. HasExited is asked often: it should cost no system call while the process runs.
     virtual std::uintptr_t OpenExitWatch(std::uint32_t processId) = 0;
     virtual bool HasExited(std::uintptr_t watch) = 0;
     virtual void CloseExitWatch(std::uintptr_t watch) = 0;
 };
 
-// Whether a process named like `name` runs, as FindProcessByName tells, but asked often: the process found is
-// watched, and while it has not exited the answer is yes without a scan. A "no" is never remembered. Finding a
-// process to watch costs a second scan, which makes sure the id still names it. Not thread-safe; the owner
-// serialises calls.
+// Whether a process named like one of `names` runs, as FindAnyProcess tells, but asked often: the process found is
+// watched, and while it has not exited the answer is yes without a scan. A "no" is never remembered; it costs one
+// reading of the process list for all the names. Finding a process to watch costs a second scan, which makes sure
+// the id still names it. Not thread-safe; the owner serialises calls.
 class CRunningProcessWatch
 {
 public:
-    CRunningProcessWatch(IProcessQuery& processes, const char* name) : m_processes(processes), m_name(name) {}
+    CRunningProcessWatch(IProcessQuery& processes, std::vector<std::string> names)
+        : m_processes(processes), m_names(std::move(names))
+    {
+    }
     CRunningProcessWatch(const CRunningProcessWatch&) = delete;
     CRunningProcessWatch& operator=(const CRunningProcessWatch&) = delete;
     ~CRunningProcessWatch() { Forget(); }
 
     bool IsRunning();
-    const std::string& Name() const noexcept { return m_name; }
 
 private:
     void Forget();
 
     IProcessQuery& m_processes;
-    std::string m_name;
+    std::vector<std::string> m_names;
     std::uintptr_t m_watch = 0;
 };
 
@@ -61,6 +67,10 @@ struct NamedProcess
 
 // The scan's rule: the first entry, other than `selfId`, whose name contains `name` ignoring ASCII case.
 std::uint32_t FindProcessInList(const std::vector<NamedProcess>& processes, const char* name, std::uint32_t selfId);
+
+// The same for each of `names` in turn; the first name found gives the id.
+std::uint32_t FindAnyInList(const std::vector<NamedProcess>& processes, const std::vector<std::string>& names,
+                            std::uint32_t selfId);
 
 // The WQL text for FindProcessByWmi. `ownSession` stands in for kOwnSession.
 std::string BuildProcessQuery(const char* name, bool withCommandLine, std::uint32_t session, std::uint32_t ownSession);

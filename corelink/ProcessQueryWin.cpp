@@ -10,6 +10,8 @@
 #include <winternl.h>
 
 #include <algorithm>
+#include <atomic>
+#include <memory>
 
 #include <string>
 #include <vector>
@@ -47,11 +49,20 @@ private:
 };
 } // namespace
 
-std::uint32_t CProcessQueryWin::FindProcessByName(const char* name)
+namespace
 {
-    // One query of the system's process list. A Toolhelp snapshot holds the same names, but under Wine it costs a
-    // system call for every entry read, and this scan runs before locks and waits.
-    std::vector<unsigned char> buffer(256 * 1024);
+// The buffer for the process list, kept between readings by each thread: a fresh 256 KiB every time costs an
+// allocation from the system and its page faults, and the list is read before locks and waits.
+std::vector<unsigned char>& ProcessListBuffer()
+{
+    thread_local std::vector<unsigned char> buffer(256 * 1024);
+    return buffer;
+}
+
+// One query of the system's process list into `buffer`. A Toolhelp snapshot holds the same names, but under Wine it
+// costs a system call for every entry read.
+bool ReadProcessList(std::vector<unsigned char>& buffer)
+{
     for (;;)
     {
         ULONG needed = 0;
@@ -62,26 +73,70 @@ std::uint32_t CProcessQueryWin::FindProcessByName(const char* name)
             buffer.resize(std::max<std::size_t>(buffer.size() * 2, needed + 64 * 1024));
             continue;
         }
-        if (status < 0)
-            return 0;
-        break;
+        return status >= 0;
     }
-    std::vector<NamedProcess> processes;
-    std::size_t offset = 0;
-    for (;;)
+}
+
+wchar_t LowerAscii(wchar_t c)
+{
+    return (c >= L'A' && c <= L'Z') ? static_cast<wchar_t>(c - L'A' + L'a') : c;
+}
+
+// Whether an image name contains `name`, ignoring ASCII case (FindProcessInList's rule), without copying it.
+bool ImageNameContains(const UNICODE_STRING& image, const std::string& name)
+{
+    if (!image.Buffer)
+        return name.empty();
+    const std::size_t length = image.Length / sizeof(wchar_t);
+    if (name.size() > length)
+        return false;
+    for (std::size_t start = 0; start + name.size() <= length; ++start)
+    {
+        std::size_t matched = 0;
+        while (matched < name.size() && LowerAscii(image.Buffer[start + matched]) ==
+                                            LowerAscii(static_cast<wchar_t>(static_cast<unsigned char>(name[matched]))))
+            ++matched;
+        if (matched == name.size())
+            return true;
+    }
+    return false;
+}
+
+// The first process other than this one whose image name contains `name`, in a list ReadProcessList read.
+std::uint32_t FindInProcessList(const std::vector<unsigned char>& buffer, const std::string& name)
+{
+    const std::uint32_t self = ::GetCurrentProcessId();
+    for (std::size_t offset = 0;;)
     {
         const auto* entry = reinterpret_cast<const SYSTEM_PROCESS_INFORMATION*>(buffer.data() + offset);
-        const std::wstring image(entry->ImageName.Buffer ? entry->ImageName.Buffer : L"",
-                                 entry->ImageName.Buffer ? entry->ImageName.Length / sizeof(wchar_t) : 0);
-        processes.push_back({static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(entry->UniqueProcessId)),
-                             NarrowToAnsi(image.c_str())});
+        const auto id = static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(entry->UniqueProcessId));
+        if (id != self && ImageNameContains(entry->ImageName, name))
+            return id;
         if (entry->NextEntryOffset == 0)
-            break;
+            return 0;
         offset += entry->NextEntryOffset;
         if (offset + sizeof(SYSTEM_PROCESS_INFORMATION) > buffer.size())
-            break;
+            return 0;
     }
-    return FindProcessInList(processes, name, ::GetCurrentProcessId());
+}
+} // namespace
+
+std::uint32_t CProcessQueryWin::FindProcessByName(const char* name)
+{
+    return FindAnyProcess({name ? name : ""});
+}
+
+std::uint32_t CProcessQueryWin::FindAnyProcess(const std::vector<std::string>& names)
+{
+    std::vector<unsigned char>& buffer = ProcessListBuffer();
+    if (!ReadProcessList(buffer))
+        return 0;
+    for (const std::string& name : names)
+    {
+        if (const std::uint32_t id = FindInProcessList(buffer, name))
+            return id;
+    }
+    return 0;
 }
 
 std::uint32_t CProcessQueryWin::FindProcessByWmi(const char* name, std::string* commandLine, std::uint32_t session)
@@ -148,18 +203,50 @@ bool CProcessQueryWin::ProcessImagePath(std::uint32_t processId, std::string& pa
     return true;
 }
 
+namespace
+{
+// A watched process: a wait registered with the thread pool flips `exited` when the process ends, so that asking
+// costs no system call while it runs.
+struct ExitWatch
+{
+    CHandle process;
+    HANDLE wait = nullptr;
+    std::atomic<bool> exited{false};
+};
+
+void CALLBACK OnProcessExit(void* context, BOOLEAN)
+{
+    static_cast<ExitWatch*>(context)->exited.store(true);
+}
+} // namespace
+
 std::uintptr_t CProcessQueryWin::OpenExitWatch(std::uint32_t processId)
 {
-    return reinterpret_cast<std::uintptr_t>(::OpenProcess(SYNCHRONIZE, FALSE, processId));
+    CHandle process(::OpenProcess(SYNCHRONIZE, FALSE, processId));
+    if (!process.IsValid())
+        return 0;
+    auto watch = std::make_unique<ExitWatch>();
+    watch->process = std::move(process);
+    // Without a registered wait the watch still works: HasExited then asks the process handle.
+    if (!::RegisterWaitForSingleObject(&watch->wait, watch->process.Get(), &OnProcessExit, watch.get(), INFINITE,
+                                       WT_EXECUTEONLYONCE))
+        watch->wait = nullptr;
+    return reinterpret_cast<std::uintptr_t>(watch.release());
 }
 
 bool CProcessQueryWin::HasExited(std::uintptr_t watch)
 {
+    const auto* exitWatch = reinterpret_cast<const ExitWatch*>(watch);
+    if (exitWatch->wait)
+        return exitWatch->exited.load();
     // A failed wait counts as exited, so that the caller scans again.
-    return ::WaitForSingleObject(reinterpret_cast<HANDLE>(watch), 0) != WAIT_TIMEOUT;
+    return ::WaitForSingleObject(exitWatch->process.Get(), 0) != WAIT_TIMEOUT;
 }
 
 void CProcessQueryWin::CloseExitWatch(std::uintptr_t watch)
 {
-    ::CloseHandle(reinterpret_cast<HANDLE>(watch));
+    std::unique_ptr<ExitWatch> exitWatch(reinterpret_cast<ExitWatch*>(watch));
+    // Waits for a callback that has started, so that it never touches a freed watch.
+    if (exitWatch->wait)
+        ::UnregisterWaitEx(exitWatch->wait, INVALID_HANDLE_VALUE);
 }

@@ -7,6 +7,7 @@ class CProcessQueryWin : public IProcessQuery
 {
 public:
     std::uint32_t FindProcessByName(const char* name) override;
+    std::uint32_t FindAnyProcess(const std::vector<std::string>& names) override;
     // COM must already be initialised on the calling thread.
     std::uint32_t FindProcessByWmi(const char* name, std::string* commandLine, std::uint32_t session) override;
     bool ProcessImagePath(std::uint32_t processId, std::string& path) override;

@@ -174,7 +174,7 @@ struct Watch
     Watch() { processes.m_processes = {{7, "explorer.exe"}, {9, "LvEngine.exe"}}; }
 
     CFakeProcessQuery processes;
-    CRunningProcessWatch watch{processes, "lvengine.exe"};
+    CRunningProcessWatch watch{processes, {"lvengine.exe"}};
 };
 } // namespace
 
@@ -245,9 +245,35 @@ TEST(RunningProcessWatchTest, TheWatchIsClosedWithIt)
     CFakeProcessQuery processes;
     processes.m_processes = {{9, "LvEngine.exe"}};
     {
-        CRunningProcessWatch watch(processes, "LvEngine.exe");
+        CRunningProcessWatch watch(processes, {"LvEngine.exe"});
         ASSERT_TRUE(watch.IsRunning());
         EXPECT_EQ(1, processes.m_openWatches);
     }
     EXPECT_EQ(0, processes.m_openWatches);
+}
+
+TEST(ProcessQueryTest, AnyOfSeveralNamesIsFoundInTheirOrder)
+{
+    const std::vector<NamedProcess> processes = {{4, "LvGuard.exe"}, {9, "LvEngine.exe"}};
+
+    EXPECT_EQ(9u, FindAnyInList(processes, {"LvEngine.exe", "LvGuard.exe"}, 1));
+    EXPECT_EQ(4u, FindAnyInList(processes, {"LvGuard.exe", "LvEngine.exe"}, 1));
+    EXPECT_EQ(4u, FindAnyInList({{4, "LvGuard.exe"}}, {"LvEngine.exe", "LvGuard.exe"}, 1));
+    EXPECT_EQ(0u, FindAnyInList(processes, {"explorer.exe"}, 1));
+}
+
+TEST(RunningProcessWatchTest, TheCoreAndItsGuardCostOneScanWhenNeitherRuns)
+{
+    CFakeProcessQuery processes;
+    processes.m_processes = {{7, "explorer.exe"}};
+    CRunningProcessWatch watch{processes, {"LvEngine.exe", "LvGuard.exe"}};
+
+    EXPECT_FALSE(watch.IsRunning());
+    EXPECT_EQ(1, processes.m_scans);
+
+    processes.m_processes.push_back({8, "LvGuard.exe"});
+    EXPECT_TRUE(watch.IsRunning()); // the guard alone: found, then checked
+    EXPECT_EQ(3, processes.m_scans);
+    EXPECT_TRUE(watch.IsRunning());
+    EXPECT_EQ(3, processes.m_scans);
 }

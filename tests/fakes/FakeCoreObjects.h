@@ -75,10 +75,10 @@ public:
                 return id;
         return 0;
     }
-    bool IsProcessRunning(const char* name) override
+    bool IsCoreRunning() override
     {
-        m_runningAsked.push_back(name);
-        return FindProcessByName(name) != 0;
+        ++m_runningAsked;
+        return FindProcessByName(kCoreProcessName) != 0 || FindProcessByName(kGuardProcessName) != 0;
     }
     WindowId FindCoreWindow() override { return m_coreWindow; }
     void AllowSetForeground(std::uint32_t processId) override
@@ -108,7 +108,7 @@ public:
     int m_mutexDepth = 0;
     std::vector<std::pair<std::uint32_t, std::string>> m_processes;
     WindowId m_coreWindow = 0;
-    std::vector<std::string> m_runningAsked; // names IsProcessRunning was asked for, in order
+    int m_runningAsked = 0; // how often IsCoreRunning was asked
     // Runs inside every wait: plays the core's part.
     std::function<void(CFakeCoreObjects&)> m_onWait;
     std::vector<std::string> m_calls;

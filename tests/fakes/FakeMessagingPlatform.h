@@ -18,6 +18,11 @@ public:
         ++m_scans;
         return FindProcessInList(m_processes, name, m_selfId);
     }
+    std::uint32_t FindAnyProcess(const std::vector<std::string>& names) override
+    {
+        ++m_scans;
+        return FindAnyInList(m_processes, names, m_selfId);
+    }
     std::uint32_t FindProcessByWmi(const char* name, std::string* commandLine, std::uint32_t session) override
     {
         m_wmiQueries.push_back(BuildProcessQuery(name, commandLine != nullptr, session, 1));

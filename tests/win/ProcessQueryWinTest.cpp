@@ -177,6 +177,10 @@ TEST(ProcessQueryWinTest, AnExitWatchTellsWhenItsProcessHasEnded)
     ASSERT_EQ(WAIT_OBJECT_0, ::WaitForSingleObject(child.hProcess, 10000));
     ::CloseHandle(child.hProcess);
 
+    // The watch hears of the exit from the thread pool, a moment after it.
+    const DWORD start = ::GetTickCount();
+    while (!processes.HasExited(watch) && ::GetTickCount() - start < 5000)
+        ::Sleep(1);
     EXPECT_TRUE(processes.HasExited(watch));
     processes.CloseExitWatch(watch);
 }
