@@ -370,6 +370,19 @@ class FocusTest(PromptCase):
         self.end()
 
 
+def loads_lvui(host):
+    """Whether the host process has LVUI.dll mapped (Wine maps a DLL's file into the process)."""
+    return "lvui.dll" in Path(f"/proc/{host.pid}/maps").read_text().lower()
+
+
+class LoadingTest(PromptCase):
+    def test_firefox_loads_lvui_with_its_prompt_window(self):
+        # setUp made the prompt window (Identify as Firefox).
+        loaded = loads_lvui(self.host)
+        self.end()
+        self.assertTrue(loaded)
+
+
 class LanguageTest(PromptCase):
     """The host started in the user's language (under Wine: LC_ALL), the prompt read from the browser's process."""
 
@@ -451,6 +464,7 @@ class ChromeTest(unittest.TestCase):
         host.stdin.flush()
         identify = json.loads(winhost.receive_frame(host))
         show = json.loads(winhost.receive_frame(host))
+        lvui_loaded = loads_lvui(host)
         browser.command(f"notify 8005 {browser.window}")
         with self.assertRaises(TimeoutError):
             winhost.receive_frame(host, timeout=1)
@@ -459,6 +473,8 @@ class ChromeTest(unittest.TestCase):
 
         self.assertEqual(0, identify["CommandError"])
         self.assertEqual((3, -1), (show["CommandError"], show["id"]))
+        # LVUI.dll is loaded with the first prompt window: a Chrome session never loads it.
+        self.assertFalse(lvui_loaded)
 
 
 if __name__ == "__main__":
