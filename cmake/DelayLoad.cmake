@@ -8,8 +8,11 @@ function(lvbho_delay_import name dll def)
     cmake_parse_arguments(PARSE_ARGV 3 ARG "" "" "DEPENDS")
     get_filename_component(stem ${def} NAME_WE)
     set(lib ${CMAKE_CURRENT_BINARY_DIR}/lib${stem}.delay.a)
+    # dlltool names the library's symbols after its output path: a relative one keeps the build reproducible in
+    # any folder.
     add_custom_command(OUTPUT ${lib}
-        COMMAND ${LVBHO_DLLTOOL} --input-def ${def} --output-delaylib ${lib} --dllname ${dll}
+        COMMAND ${LVBHO_DLLTOOL} --input-def ${def} --output-delaylib lib${stem}.delay.a --dllname ${dll}
+        WORKING_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}
         DEPENDS ${def} ${ARG_DEPENDS}
         VERBATIM)
     add_custom_target(${name}_lib DEPENDS ${lib})
