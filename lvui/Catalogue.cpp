@@ -76,12 +76,6 @@ bool FindText(LANGID language, UINT id, std::wstring& text)
 }
 } // namespace
 
-const CatalogueLanguage* CatalogueLanguages(std::size_t& count)
-{
-    count = sizeof(kLanguages) / sizeof(kLanguages[0]);
-    return kLanguages;
-}
-
 const CatalogueLanguage& LanguageFor(LANGID uiLanguage)
 {
     const char* name = UiLanguageName(uiLanguage);

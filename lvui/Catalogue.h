@@ -5,7 +5,6 @@
 
 #include <windows.h>
 
-#include <cstddef>
 #include <string>
 
 namespace lvui
@@ -27,9 +26,6 @@ struct CatalogueLanguage
     bool rightToLeft;
     Script script;
 };
-
-// Every language the dialogs speak, English first.
-const CatalogueLanguage* CatalogueLanguages(std::size_t& count);
 
 // The catalogue for a Windows UI language id (GetUserDefaultUILanguage): the one "GetLang" names, else English.
 const CatalogueLanguage& LanguageFor(LANGID uiLanguage);

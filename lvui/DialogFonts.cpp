@@ -79,7 +79,7 @@ HFONT MakeFont(const wchar_t* face, int pixels, bool bold, long zoom)
 
 // The wordmark is the product's name in Latin letters, in every language.
 CDialogFonts::CDialogFonts(long zoom, Script script)
-    : m_zoom(zoom), m_script(script), m_face(FaceFor(script)),
+    : m_zoom(zoom), m_face(FaceFor(script)),
       m_wordmark(MakeFont(FaceFor(Script::Default), metric::kWordmarkFont, true, zoom)),
       m_title(MakeFont(m_face, metric::kTitleFont, true, zoom)),
       m_domain(MakeFont(m_face, metric::kDomainFont, true, zoom)),

@@ -13,7 +13,6 @@ public:
     CDialogFonts(long zoom, Script script);
 
     long Zoom() const noexcept { return m_zoom; }
-    Script ForScript() const noexcept { return m_script; }
     HFONT Wordmark() const noexcept { return m_wordmark.Get(); }
     HFONT Title() const noexcept { return m_title.Get(); }
     HFONT Domain() const noexcept { return m_domain.Get(); }
@@ -25,7 +24,6 @@ public:
 
 private:
     long m_zoom;
-    Script m_script;
     const wchar_t* m_face; // static storage: one of the script's face names
     CFont m_wordmark;
     CFont m_title;

@@ -79,8 +79,6 @@ Palette SystemPalette()
         window,        // spinnerTrack
     };
 }
-} // namespace
-
 bool IsHighContrast()
 {
     const int forced = g_forcedHighContrast.load();
@@ -91,6 +89,7 @@ bool IsHighContrast()
     return ::SystemParametersInfoW(SPI_GETHIGHCONTRAST, sizeof(settings), &settings, 0) &&
            (settings.dwFlags & HCF_HIGHCONTRASTON) != 0;
 }
+} // namespace
 
 Palette CurrentPalette()
 {

@@ -51,7 +51,6 @@ struct Palette
 // LvUiSetHighContrast), the product's own otherwise.
 Palette CurrentPalette();
 bool operator==(const Palette& left, const Palette& right);
-bool IsHighContrast();
 // -1 follows Windows, 0 and 1 force high contrast off or on.
 void ForceHighContrast(int mode);
 
