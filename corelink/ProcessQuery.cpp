@@ -1,15 +1,13 @@
 #include "corelink/ProcessQuery.h"
 
-#include "messaging/AsciiText.h"
-
 #include <cstdio>
 
 std::uint32_t FindProcessInList(const std::vector<NamedProcess>& processes, const char* name, std::uint32_t selfId)
 {
-    const std::string wanted = ToLowerAscii(name ? name : "");
+    const std::string wanted = name ? name : "";
     for (const NamedProcess& process : processes)
     {
-        if (process.id != selfId && ToLowerAscii(process.exeName).find(wanted) != std::string::npos)
+        if (process.id != selfId && NameContains(process.exeName.data(), process.exeName.size(), wanted))
             return process.id;
     }
     return 0;

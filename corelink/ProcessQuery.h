@@ -3,8 +3,10 @@
 // process list, skipped while a core process found earlier has not exited) and whether the product's updater is
 // at work (a WMI query, once at start, for its command line, made only when a process of that name exists).
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -64,6 +66,24 @@ struct NamedProcess
     std::uint32_t id;
     std::string exeName;
 };
+
+// Whether `image` (`length` characters, narrow or UTF-16) contains `name`, ignoring ASCII case: the scan's rule
+// for one entry.
+template <typename Char>
+bool NameContains(const Char* image, std::size_t length, const std::string& name)
+{
+    auto lower = [](unsigned c) { return (c >= 'A' && c <= 'Z') ? c - 'A' + 'a' : c; };
+    for (std::size_t start = 0; start + name.size() <= length; ++start)
+    {
+        std::size_t matched = 0;
+        while (matched < name.size() && lower(static_cast<std::make_unsigned_t<Char>>(image[start + matched])) ==
+                                            lower(static_cast<unsigned char>(name[matched])))
+            ++matched;
+        if (matched == name.size())
+            return true;
+    }
+    return false;
+}
 
 // The scan's rule: the first entry, other than `selfId`, whose name contains `name` ignoring ASCII case.
 std::uint32_t FindProcessInList(const std::vector<NamedProcess>& processes, const char* name, std::uint32_t selfId);

@@ -77,31 +77,6 @@ bool ReadProcessList(std::vector<unsigned char>& buffer)
     }
 }
 
-wchar_t LowerAscii(wchar_t c)
-{
-    return (c >= L'A' && c <= L'Z') ? static_cast<wchar_t>(c - L'A' + L'a') : c;
-}
-
-// Whether an image name contains `name`, ignoring ASCII case (FindProcessInList's rule), without copying it.
-bool ImageNameContains(const UNICODE_STRING& image, const std::string& name)
-{
-    if (!image.Buffer)
-        return name.empty();
-    const std::size_t length = image.Length / sizeof(wchar_t);
-    if (name.size() > length)
-        return false;
-    for (std::size_t start = 0; start + name.size() <= length; ++start)
-    {
-        std::size_t matched = 0;
-        while (matched < name.size() && LowerAscii(image.Buffer[start + matched]) ==
-                                            LowerAscii(static_cast<wchar_t>(static_cast<unsigned char>(name[matched]))))
-            ++matched;
-        if (matched == name.size())
-            return true;
-    }
-    return false;
-}
-
 // The first process other than this one whose image name contains `name`, in a list ReadProcessList read.
 std::uint32_t FindInProcessList(const std::vector<unsigned char>& buffer, const std::string& name)
 {
@@ -110,7 +85,9 @@ std::uint32_t FindInProcessList(const std::vector<unsigned char>& buffer, const 
     {
         const auto* entry = reinterpret_cast<const SYSTEM_PROCESS_INFORMATION*>(buffer.data() + offset);
         const auto id = static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(entry->UniqueProcessId));
-        if (id != self && ImageNameContains(entry->ImageName, name))
+        // The name is matched where it lies, in UTF-16, by the portable scan's rule.
+        const std::size_t length = entry->ImageName.Buffer ? entry->ImageName.Length / sizeof(wchar_t) : 0;
+        if (id != self && NameContains(entry->ImageName.Buffer, length, name))
             return id;
         if (entry->NextEntryOffset == 0)
             return 0;

@@ -277,3 +277,13 @@ TEST(RunningProcessWatchTest, TheCoreAndItsGuardCostOneScanWhenNeitherRuns)
     EXPECT_TRUE(watch.IsRunning());
     EXPECT_EQ(3, processes.m_scans);
 }
+
+TEST(ProcessQueryTest, UnicodeImageNamesFollowTheSameRuleWhereTheyLie)
+{
+    const std::u16string image = u"C:\\Program Files\\Lumivar\\LVENGINE.EXE";
+
+    EXPECT_TRUE(NameContains(image.data(), image.size(), "LvEngine.exe"));
+    EXPECT_FALSE(NameContains(image.data(), image.size(), "LvGuard.exe"));
+    EXPECT_FALSE(NameContains(image.data(), 10, "LvEngine.exe"));
+    EXPECT_TRUE(NameContains(static_cast<const char16_t*>(nullptr), 0, ""));
+}
