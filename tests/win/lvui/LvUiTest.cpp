@@ -1118,11 +1118,20 @@ COLORREF TextColourOf(HWND dialog, HWND control)
     return colour;
 }
 
+// A point of the domain's box that its text does not cover: just inside the box, left of the domain's control.
+POINT InTheDomainBox(HWND dialog)
+{
+    const RECT domain = RectIn(dialog, Children(dialog, "Static")[1]);
+    return POINT{domain.left - 4, (domain.top + domain.bottom) / 2};
+}
+
 TEST_F(LvUiLanguageTest, HighContrastTakesEveryColourFromTheSystem)
 {
     ASSERT_EQ(ShowPrompt("1"), 1);
-    // The band, then the card below it.
+    // The band and the domain's box, in the product's colours.
     EXPECT_EQ(RGB(23, 50, 99), PixelOf(m_prompt, 100, 10));
+    const POINT box = InTheDomainBox(m_prompt.GetSafeHwnd());
+    EXPECT_EQ(RGB(241, 245, 249), PixelOf(m_prompt, box.x, box.y));
     const COLORREF productNote = TextColourOf(m_prompt.GetSafeHwnd(), Children(m_prompt.GetSafeHwnd(), "Static")[2]);
     EXPECT_NE(::GetSysColor(COLOR_WINDOWTEXT), productNote);
 
@@ -1130,7 +1139,7 @@ TEST_F(LvUiLanguageTest, HighContrastTakesEveryColourFromTheSystem)
     ASSERT_EQ(ShowPrompt("1"), 1);
     HWND dialog = m_prompt.GetSafeHwnd();
     EXPECT_EQ(::GetSysColor(COLOR_WINDOW), PixelOf(m_prompt, 100, 10));
-    EXPECT_EQ(::GetSysColor(COLOR_WINDOW), PixelOf(m_prompt, 5, m_prompt.GetCurrentHeight() - 5));
+    EXPECT_EQ(::GetSysColor(COLOR_WINDOW), PixelOf(m_prompt, box.x, box.y));
     for (HWND label : Children(dialog, "Static"))
     {
         EXPECT_EQ(::GetSysColor(COLOR_WINDOWTEXT), TextColourOf(dialog, label)) << ::GetDlgCtrlID(label);
