@@ -1,4 +1,4 @@
-// The floor for a command: a bare native messaging host, framed as EchoHost is (each frame sent back unchanged),
+// The floor for a command: a bare native messaging host, framed as EchoHost is (FrameEcho.h: each frame sent back),
 // that performs for every frame the kernel operations the core protocol prescribes for one command, and nothing
 // else. A minimal core, a second copy of this program, answers each request at once.
 //
@@ -16,16 +16,14 @@
 //
 // Exit codes: 0 done, 2 bad arguments, 3 the objects or the core could not be made.
 
-#include <fcntl.h>
-#include <io.h>
+#include "FrameEcho.h"
+
 #include <windows.h>
 #include <winternl.h>
 
-#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cwchar>
-#include <iostream>
 #include <string>
 #include <vector>
 
@@ -182,37 +180,10 @@ private:
 
 int Serve(const std::string& steps)
 {
-    _setmode(_fileno(stdin), _O_BINARY);
-    _setmode(_fileno(stdout), _O_BINARY);
     CFloor floor(steps);
     if (!floor.Start())
         return 3;
-    const HANDLE output = ::GetStdHandle(STD_OUTPUT_HANDLE);
-    std::string frame;
-    for (;;)
-    {
-        unsigned char header[4] = {0, 0, 0, 0};
-        std::cin.read(reinterpret_cast<char*>(header), 4);
-        const std::uint32_t length =
-            header[0] | header[1] << 8 | header[2] << 16 | static_cast<std::uint32_t>(header[3]) << 24;
-        if (!std::cin || length == 0)
-            break;
-        frame.assign(reinterpret_cast<const char*>(header), 4);
-        frame.resize(4 + static_cast<std::size_t>(length));
-        std::cin.read(frame.data() + 4, length);
-        floor.RunSteps();
-        const char* next = frame.data();
-        std::size_t left = frame.size();
-        while (left > 0)
-        {
-            DWORD written = 0;
-            if (!::WriteFile(output, next, static_cast<DWORD>(left), &written, nullptr) || written == 0)
-                return 0;
-            next += written;
-            left -= written;
-        }
-    }
-    return 0;
+    return EchoFrames([&floor] { floor.RunSteps(); });
 }
 } // namespace
 

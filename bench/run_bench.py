@@ -22,7 +22,6 @@ Runs alternate between host and floor so that machine noise falls on both. Ends 
 """
 
 import argparse
-import collections
 import json
 import os
 import re
@@ -75,10 +74,10 @@ def timed_round_trips(session, body, count, warm_up=200):
     return samples
 
 
-def round_trips(prefix, exe, count, cpus, args=()):
+def round_trips(prefix, exe, count, cpus, args=(), body=REQUEST, warm_up=200):
     session = winhost.HostSession(prefix, exe, args=args, cpus=cpus)
     try:
-        return timed_round_trips(session, REQUEST, count)
+        return timed_round_trips(session, body, count, warm_up)
     finally:
         session.close()
 
@@ -107,15 +106,7 @@ def ping_pong(prefix, exe, count):
 
 def check_and_validate_floor(prefix, floor, count, cpus):
     """The CheckAndValidate protocol floor's round trips (it runs its own minimal core)."""
-    return round_trips_of(prefix, floor, (CHECK_STEPS,), CHECK, count, cpus)
-
-
-def round_trips_of(prefix, exe, args, body, count, cpus):
-    session = winhost.HostSession(prefix, exe, args=args, cpus=cpus)
-    try:
-        return timed_round_trips(session, body, count, warm_up=50)
-    finally:
-        session.close()
+    return round_trips(prefix, floor, count, cpus, (CHECK_STEPS,), CHECK, warm_up=50)
 
 
 def check_and_validate(prefix, exe, sim, count, cpus):
