@@ -2,6 +2,7 @@
 
 #include "Theme.h"
 
+#include <atomic>
 #include <cwchar>
 
 namespace lvui
@@ -52,7 +53,7 @@ bool IsInstalled(const wchar_t* face)
 }
 
 // The first of the script's faces that is installed; the first of all when none is (the font mapper then picks).
-const wchar_t* FaceFor(Script script)
+const wchar_t* FindFace(Script script)
 {
     const wchar_t* const* faces = FacesFor(script);
     for (const wchar_t* const* face = faces; *face; ++face)
@@ -61,6 +62,21 @@ const wchar_t* FaceFor(Script script)
             return *face;
     }
     return faces[0];
+}
+
+// FindFace, looked up once per script and process: the fonts are made anew at every change of page, and asking
+// the system which fonts are installed is not free.
+const wchar_t* FaceFor(Script script)
+{
+    static std::atomic<const wchar_t*> chosen[static_cast<int>(Script::TraditionalChinese) + 1] = {};
+    std::atomic<const wchar_t*>& face = chosen[static_cast<int>(script)];
+    const wchar_t* known = face.load();
+    if (!known)
+    {
+        known = FindFace(script);
+        face.store(known);
+    }
+    return known;
 }
 
 HFONT MakeFont(const wchar_t* face, int pixels, bool bold, long zoom)
