@@ -64,7 +64,8 @@ void CMessageLoop::Run()
         if (m_log.Enabled(kTrafficLevel))
             m_log.Write("MainHandler command - %s", body.c_str());
 
-        if (m_request.Parse(body.c_str()))
+        // The body is not needed once parsed: a long string in it is moved into the request, not copied.
+        if (m_request.ParseInPlace(body))
         {
             responseText = DispatchContained();
         }

@@ -81,8 +81,15 @@ def seeds():
         "controls": b"a\x01b\x7f",
         "cut-sequence": b"\xe2\x82",
     }
+    json_parse = {
+        "request": request("StoreLoginData"),
+        "escapes": rb'{"s":"a\n\t\"\/\\\b\f\r\u0041\u00e9\u20ac\u0000","t":"\ud83d\ude00\udc00\q"}',
+        "places": rb'["root",{"a":"x","a":"y","long name" :[1,"z",{"k":"v"}]},"",tru "w"] "after"',
+        "comment": b'// "\n{"a":/* "b" */ "c"}',
+        "broken": b'{"a":"ends in \\',
+    }
     return {"message_loop": loop, "cmdline": cmdline, "domain": domain, "login_script": login,
-            "debug_switch": debug, "utf8_name": utf8}
+            "debug_switch": debug, "utf8_name": utf8, "json_parse": json_parse}
 
 
 def main():

@@ -175,6 +175,109 @@ TEST(JsonMessageTest, AHugeStringIsOneValue)
     EXPECT_TRUE(message.Parse(text.c_str()));
 }
 
+namespace
+{
+// Parses `text` both ways, with strings of four bytes or more counting as long: ParseInPlace must read the same
+// message as Parse. Returns whether it took anything out of the text.
+bool ParsesAsParseDoes(const std::string& text)
+{
+    JsonCPPWrapper reference;
+    JsonCPPWrapper inPlace;
+    std::string buffer = text;
+
+    const bool parsed = reference.Parse(text.c_str());
+    EXPECT_EQ(parsed, inPlace.ParseInPlace(buffer, 4)) << text;
+    if (parsed)
+    {
+        EXPECT_EQ(Text(reference), Text(inPlace)) << text;
+    }
+    return buffer != text;
+}
+} // namespace
+
+TEST(JsonMessageTest, ParseInPlaceMovesALongStringOutOfTheText)
+{
+    JsonCPPWrapper message;
+    const std::string pad(kLongJsonString, 'x');
+    std::string text = "{\"command\":\"GetLang\",\"pad\":\"" + pad + "\"}";
+
+    ASSERT_TRUE(message.ParseInPlace(text));
+
+    EXPECT_EQ(pad, StringOf(message, "pad"));
+    EXPECT_EQ("GetLang", StringOf(message, "command"));
+    EXPECT_EQ("{\"command\":\"GetLang\",\"pad\":\"\"" + std::string(kLongJsonString, ' ') + "}", text);
+}
+
+TEST(JsonMessageTest, ParseInPlaceLeavesAShortTextAsItIs)
+{
+    JsonCPPWrapper message;
+    std::string text = "{\"pad\":\"" + std::string(kLongJsonString - 1, 'x') + "\"}";
+    const std::string before = text;
+
+    ASSERT_TRUE(message.ParseInPlace(text));
+
+    EXPECT_EQ(before, text);
+    EXPECT_EQ(kLongJsonString - 1, StringOf(message, "pad").size());
+}
+
+TEST(JsonMessageTest, ParseInPlaceDecodesEscapesAsJsoncppDoes)
+{
+    EXPECT_TRUE(ParsesAsParseDoes(R"({"s":"a\n\t\"\/\\\b\f\r z"})"));
+    EXPECT_TRUE(ParsesAsParseDoes(R"({"s":"\u0041\u00e9\u07FF\u0800\u20ac\uFFFF\uE000"})"));
+    EXPECT_TRUE(ParsesAsParseDoes(R"({"s":"before\u0000after"})"));
+    EXPECT_TRUE(ParsesAsParseDoes("{\"s\":\"caf\xC3\xA9 \x01\x7F\xFF raw\"}"));
+}
+
+TEST(JsonMessageTest, ParseInPlaceLeavesSurrogatesAndBadEscapesToJsoncpp)
+{
+    EXPECT_FALSE(ParsesAsParseDoes(R"({"s":"pair \ud83d\ude00"})"));
+    EXPECT_FALSE(ParsesAsParseDoes(R"({"s":"lone \udc00 low"})"));
+    EXPECT_FALSE(ParsesAsParseDoes(R"({"s":"high \ud83d alone"})"));
+    EXPECT_FALSE(ParsesAsParseDoes(R"({"s":"bad \q escape"})"));
+    EXPECT_FALSE(ParsesAsParseDoes(R"({"s":"short \u12"})"));
+    EXPECT_FALSE(ParsesAsParseDoes(R"({"s":"not hex \u12G4"})"));
+}
+
+TEST(JsonMessageTest, ParseInPlaceLeavesMemberNamesAndCommentedTextsToJsoncpp)
+{
+    EXPECT_FALSE(ParsesAsParseDoes(R"({"long name" :1})"));
+    EXPECT_FALSE(ParsesAsParseDoes("{\"long name\"\r\n\t:\"long value\"} /* a comment */"));
+    EXPECT_FALSE(ParsesAsParseDoes(R"({"a":/* "not a string" */ "long value"})"));
+    EXPECT_FALSE(ParsesAsParseDoes("// \"opens\n{\"a\":\"long value\"}"));
+}
+
+TEST(JsonMessageTest, ParseInPlaceReadsWhatParseReads)
+{
+    // Where the long strings sit in the message, texts that fail to parse, and texts with more after the message.
+    using namespace std::string_literals;
+    const std::string texts[] = {
+        R"("long root")",
+        R"(["long one", "long two", ["long three", {"k":"long four"}], "", "abc"])",
+        R"({"a":"long first","a":"long second"})",
+        R"({"a":"long first","a":1})",
+        R"({"a":1,"a":"long second"})",
+        R"({"a":{"b":{"c":["x", "long deep"]}}, "d":"long d"})",
+        R"({"a":1} "long after")",
+        R"({"a":"long value"} trailing)",
+        R"(["long value", })",
+        R"(["long value" "long next"])",
+        R"({"a":"long value", "b":)",
+        R"({"a":"unterminated long)",
+        R"({"a":"ends in a backslash\)",
+        R"({"a":tru "long value"})",
+        R"({"a":"long value"}})",
+        "{\"a\":\"long value\"}\0{\"b\":\"long hidden\"}"s,
+        R"({"a":"\\"})",
+        R"({"a":"long\\" , "b": "\"quoted long\""})",
+        "",
+        "\"\"",
+    };
+    for (const std::string& text : texts)
+        ParsesAsParseDoes(text);
+    EXPECT_TRUE(ParsesAsParseDoes(texts[1]));
+    EXPECT_TRUE(ParsesAsParseDoes(texts[6])); // taken out, then not read by jsoncpp at all
+}
+
 TEST(JsonMessageTest, CommentsAreAccepted)
 {
     JsonCPPWrapper message;
