@@ -262,13 +262,14 @@ bool JsonCPPWrapper::Parse(const char* text)
 
 bool JsonCPPWrapper::ParseInPlace(std::string& text, std::size_t longString)
 {
-    const std::size_t length = std::strlen(text.c_str());
-    if (length < longString + 2)
-        return Parse(text.c_str());
     m_conversionFailed = false;
     if (CountJsonValues(text.c_str(), kMaxJsonValues) > kMaxJsonValues)
         return false;
-    std::vector<LiftedString> lifted = LiftLongStrings(text.data(), length, longString);
+    // The text ends at its first NUL, as for Parse. A text too short to hold a long string is not searched for one.
+    const std::size_t length = std::strlen(text.c_str());
+    std::vector<LiftedString> lifted;
+    if (length >= longString + 2)
+        lifted = LiftLongStrings(text.data(), length, longString);
     if (!ReadText(text.data(), text.data() + length))
         return false;
     if (!lifted.empty())

@@ -15,7 +15,7 @@ public:
     virtual bool Parse(const char* text) = 0;
     // Parse for a text the caller no longer needs: it may be overwritten, so that long strings are moved into the
     // message instead of being copied twice. The text ends at its first NUL, as for Parse.
-    virtual bool ParseInPlace(std::string& text) { return Parse(text.c_str()); }
+    virtual bool ParseInPlace(std::string& text) = 0;
     virtual std::string& ToString(std::string& out) = 0;
     virtual std::string& GetString(std::string& out, const char* name) = 0;
     virtual int GetInt(const char* name) = 0;
