@@ -74,13 +74,19 @@ int TextHeight(HFONT font, const std::wstring& text, int width, bool rightToLeft
     return rect.bottom - rect.top;
 }
 
+// The width of `text` in the font selected into `dc`.
+int TextWidthIn(HDC dc, const std::wstring& text)
+{
+    SIZE size{};
+    ::GetTextExtentPoint32W(dc, text.c_str(), static_cast<int>(text.size()), &size);
+    return size.cx;
+}
+
 int TextWidth(HFONT font, const std::wstring& text)
 {
     CWindowDc screen(nullptr);
     CSelectObject selectFont(screen.Get(), font);
-    SIZE size{};
-    ::GetTextExtentPoint32W(screen.Get(), text.c_str(), static_cast<int>(text.size()), &size);
-    return size.cx;
+    return TextWidthIn(screen.Get(), text);
 }
 
 int LineHeight(HFONT font)
@@ -99,11 +105,8 @@ std::wstring FitKeepingTheEnd(HFONT font, const std::wstring& text, int width)
 {
     CWindowDc screen(nullptr);
     CSelectObject selectFont(screen.Get(), font);
-    auto fits = [&](const std::wstring& candidate) {
-        SIZE size{};
-        ::GetTextExtentPoint32W(screen.Get(), candidate.c_str(), static_cast<int>(candidate.size()), &size);
-        return size.cx <= width;
-    };
+    // One screen DC for all the candidates.
+    auto fits = [&](const std::wstring& candidate) { return TextWidthIn(screen.Get(), candidate) <= width; };
     if (fits(text))
         return text;
     for (size_t cut = 1; cut < text.size(); ++cut)
