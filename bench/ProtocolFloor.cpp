@@ -17,18 +17,23 @@
 // Exit codes: 0 done, 2 bad arguments, 3 the objects or the core could not be made.
 
 #include "FrameEcho.h"
+#include "corelink/ProcessQuery.h"
+#include "corelink/SharedData.h"
 
 #include <windows.h>
 #include <winternl.h>
 
 #include <cstdio>
 #include <cstdlib>
-#include <cwchar>
 #include <string>
 #include <vector>
 
 namespace
 {
+// The names the host looks for, as the core's wire header gives them.
+const std::string kCore = kCoreProcessName;
+const std::string kGuard = kGuardProcessName;
+
 std::string ObjectName(const char* role, unsigned long id)
 {
     return "Local\\LvBenchFloor-" + std::to_string(id) + "-" + role;
@@ -79,18 +84,6 @@ void PumpingWait(HANDLE event)
     }
 }
 
-bool NameContains(const UNICODE_STRING& image, const wchar_t* name)
-{
-    const std::wstring text(image.Buffer ? image.Buffer : L"", image.Buffer ? image.Length / sizeof(wchar_t) : 0);
-    const std::size_t length = std::wcslen(name);
-    for (std::size_t start = 0; start + length <= text.size(); ++start)
-    {
-        if (::_wcsnicmp(text.c_str() + start, name, length) == 0)
-            return true;
-    }
-    return false;
-}
-
 bool QueryProcesses(std::vector<unsigned char>& buffer)
 {
     ULONG needed = 0;
@@ -101,8 +94,10 @@ bool QueryProcesses(std::vector<unsigned char>& buffer)
     for (std::size_t offset = 0;;)
     {
         const auto* entry = reinterpret_cast<const SYSTEM_PROCESS_INFORMATION*>(buffer.data() + offset);
-        found =
-            found || NameContains(entry->ImageName, L"LvEngine.exe") || NameContains(entry->ImageName, L"LvGuard.exe");
+        // Matched where the name lies, in UTF-16, by the host's own rule.
+        const std::size_t length = entry->ImageName.Buffer ? entry->ImageName.Length / sizeof(wchar_t) : 0;
+        found = found || NameContains(entry->ImageName.Buffer, length, kCore) ||
+                NameContains(entry->ImageName.Buffer, length, kGuard);
         if (entry->NextEntryOffset == 0)
             break;
         offset += entry->NextEntryOffset;
