@@ -151,8 +151,8 @@ def launch_to_byte(prefix, exe, args=()):
     return elapsed
 
 
-def burst(prefix, exe, count, cpus, args=()):
-    session = winhost.HostSession(prefix, exe, args=args, cpus=cpus)
+def burst(prefix, exe, count, cpus):
+    session = winhost.HostSession(prefix, exe, cpus=cpus)
     try:
         session.send(REQUEST)
         session.receive()
@@ -169,10 +169,10 @@ def burst(prefix, exe, count, cpus, args=()):
     return elapsed
 
 
-def big_frame(prefix, exe, size, cpus, args=()):
+def big_frame(prefix, exe, size, cpus):
     pad = size - len(b'{"command":"GetLang","id":1,"pad":""}')
     body = b'{"command":"GetLang","id":1,"pad":"' + b"x" * pad + b'"}'
-    session = winhost.HostSession(prefix, exe, args=args, cpus=cpus)
+    session = winhost.HostSession(prefix, exe, cpus=cpus)
     try:
         session.send(REQUEST)
         session.receive()
